@@ -1,0 +1,2 @@
+#include "frame/handle.hpp"
+VQKernel* Exported_VQHandle;
