@@ -6,13 +6,15 @@
 //
 //   0                         everything is converted
 //   VQSTATUS_BAD_SEQUENCE     `consumed` is the offset of the ill-formed sequence
-//   VQSTATUS_SHORT_SEQUENCE   the source ends inside a sequence that was well-formed so far; `consumed` is its
+//   VQSTATUS_SHORT_SEQUENCE   the source ends inside a sequence that was well-formed so far; `consumed` is
+//   its
 //                             offset
 //   VQSTATUS_TARGET_FULL      the next character is well-formed and has no room; `consumed` is its offset
 //
 // An ill-formed sequence is reported even where the target has no room left, so a target of the measured size
-// never hides one. What stands in front of the stop is converted; nothing behind target[written] is relied on,
-// but a kernel may write anything inside the capacity. Nothing is read or written outside the two buffers.
+// never hides one. What stands in front of the stop is converted; nothing behind target[written] is relied
+// on, but a kernel may write anything inside the capacity. Nothing is read or written outside the two
+// buffers.
 #pragma once
 
 #include <cstddef>
@@ -41,8 +43,8 @@ Result wideToUtf16(const VQChar* source, size_t elementCount, char16_t* target, 
 size_t wideLengthOfUtf8(const uint8_t* source, size_t byteCount);
 // 1 below 0x80, 2 below 0x800, 3 below 0x10000, 4 for all other values.
 size_t utf8LengthOfWide(const VQChar* source, size_t elementCount);
-// The way back from positions in UTF-16: the bytes or elements that stand for the first `unitCount` units of a
-// well-formed text.
+// The way back from positions in UTF-16: the bytes or elements that stand for the first `unitCount` units of
+// a well-formed text.
 size_t utf8LengthOfUtf16(const char16_t* source, size_t unitCount);
 size_t wideLengthOfUtf16(const char16_t* source, size_t unitCount);
 
