@@ -1,0 +1,55 @@
+// The slots, by subject. A slot bears the name of its operation; its place in the record is the header's
+// business.
+#include "frame/slots.hpp"
+
+#include "vqstring.h"
+
+// The operation `name` in the slot of the same name.
+#define VQ_SLOT(name) service->name = ::name
+
+namespace vq {
+
+void fillSlots(VQStringService* service) {
+  // Service.
+  VQ_SLOT(vqStringGetReqVersion);
+  VQ_SLOT(vqStringGetVersion);
+  VQ_SLOT(vqStringRealDestroy);
+
+  // Strings: lifecycle.
+  VQ_SLOT(vqStringCreate);
+  VQ_SLOT(vqStringCreateSized);
+  VQ_SLOT(vqStringDestroy);
+  VQ_SLOT(vqStringInitStatic);
+  VQ_SLOT(vqNarrowStringCreate);
+  VQ_SLOT(vqNarrowStringCreateSized);
+  VQ_SLOT(vqNarrowStringDestroy);
+  VQ_SLOT(vqU8StringInitStatic);
+  VQ_SLOT(vqU8StringCreate);
+  VQ_SLOT(vqU8StringCreateSized);
+  VQ_SLOT(vqU8StringDestroy);
+  VQ_SLOT(vqU8StringWithBytes);
+
+  // Strings: editing.
+
+  // Strings: formats and status texts.
+
+  // Strings: replacement.
+
+  // Comparison and search.
+
+  // Tokens.
+
+  // Conversion.
+
+  // Escaped forms.
+
+  // Named values.
+
+  // Regular expressions.
+
+  // Equality and validation.
+
+  // Rendering.
+}
+
+}  // namespace vq
