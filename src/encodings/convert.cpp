@@ -5,7 +5,7 @@
 // and use the service's shared transcoders.
 #include <algorithm>
 
-#include "encodings/room.hpp"
+#include "encodings/refill.hpp"
 #include "strings/storage.hpp"
 #include "vqstring/encodings.h"
 
@@ -51,10 +51,10 @@ VQStatus finish(VQStatus status, RecordOf<Kind>** target, bool isCreated) {
 template <class Kind>
 VQStatus fillUnconverted(RecordOf<Kind>* string, const void* source, uint64_t byteCount) {
   const uint64_t elementCount = byteCount / sizeof(ElementOf<Kind>);
-  Room<Kind> room(string, elementCount);
-  if (!room) return VQSTATUS_NO_MEMORY;
-  moveElements(room.text(), static_cast<const ElementOf<Kind>*>(source), elementCount);
-  room.settle(elementCount);
+  Refill<Kind> refill(string, elementCount);
+  if (!refill) return VQSTATUS_NO_MEMORY;
+  moveElements(refill.text(), static_cast<const ElementOf<Kind>*>(source), elementCount);
+  refill.settle(elementCount);
   return 0;
 }
 
@@ -63,17 +63,17 @@ template <class Kind, class MakeConverter>
 VQStatus fillConverted(RecordOf<Kind>* string, const void* source, uint64_t byteCount, uint64_t size,
                        MakeConverter makeConverter) {
   constexpr uint64_t elementSize = sizeof(ElementOf<Kind>);
-  Room<Kind> room(string, size / elementSize);
-  if (!room) return VQSTATUS_NO_MEMORY;
+  Refill<Kind> refill(string, size / elementSize);
+  if (!refill) return VQSTATUS_NO_MEMORY;
   VQStatus status = 0;
   uint64_t produced = 0;
   {
     const CallTranscoder converter = CallTranscoder::own(makeConverter());
     if (!converter) return VQSTATUS_NO_CONVERTER;
-    status = converter.convert(source, byteCount, room.text(), room.byteCount(), &produced);
+    status = converter.convert(source, byteCount, refill.text(), refill.byteCount(), &produced);
   }
   // With a failure a converter may report the size that it would need.
-  room.settle(std::min(produced, room.byteCount()) / elementSize);
+  refill.settle(std::min(produced, refill.byteCount()) / elementSize);
   return status;
 }
 

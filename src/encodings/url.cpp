@@ -6,7 +6,7 @@
 // character at a time, so that a failure leaves the string escaped up to the character that it met.
 #include <algorithm>
 
-#include "encodings/room.hpp"
+#include "encodings/refill.hpp"
 #include "encodings/url_codec.hpp"
 #include "vqstring/encodings.h"
 
@@ -93,9 +93,9 @@ uint64_t escapeFront(VQString* string, uint64_t first) {
     return first;
   }
   const uint64_t newLength = length - run.elementCount + run.escapedCount;
-  Room<WideKind> room(string, newLength);
-  if (!room) return first;
-  VQChar* target = room.text();
+  Refill<WideKind> refill(string, newLength);
+  if (!refill) return first;
+  VQChar* target = refill.text();
   const uint64_t tailCount = length - first - run.elementCount;
   VQChar* escapedEnd = target + first + run.escapedCount;
   // In the own storage the tail settles first, then the run is moved up against it.
@@ -109,7 +109,7 @@ uint64_t escapeFront(VQString* string, uint64_t first) {
     copyElements(target, text, first);
   }
   escapeRun(source, run.elementCount, utf8.text(), target + first);
-  room.settle(newLength);
+  refill.settle(newLength);
   return first + run.escapedCount;
 }
 
@@ -163,9 +163,9 @@ VQStatus vqU8StringURLEncode(VQU8String* string) {
   const uint64_t restBytes = url::escapedLength(text + first, length - first);
   uint64_t newLength = 0;
   if (__builtin_add_overflow(first, restBytes, &newLength)) return VQSTATUS_NO_MEMORY;
-  Room<U8Kind> room(string, newLength);
-  if (!room) return VQSTATUS_NO_MEMORY;
-  char* target = room.text();
+  Refill<U8Kind> refill(string, newLength);
+  if (!refill) return VQSTATUS_NO_MEMORY;
+  char* target = refill.text();
   const char* source = text + first;
   if (target == text) {
     char* moved = target + newLength - (length - first);
@@ -175,7 +175,7 @@ VQStatus vqU8StringURLEncode(VQU8String* string) {
     copyElements(target, text, first);
   }
   url::escape(source, length - first, target + first, restBytes);
-  room.settle(newLength);
+  refill.settle(newLength);
   return 0;
 }
 

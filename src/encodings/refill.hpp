@@ -1,26 +1,26 @@
-// Room for a text that takes the place of a string's, as conversion and escaping need it.
+// New storage for a text that takes the place of a string's, as conversion and escaping need it.
 #pragma once
 
-#include "strings/storage.hpp"
+#include "strings/editing.hpp"
 
 namespace vq {
 
 // Where the new text of a string goes: the string's own storage if that has room for a terminator too, else
 // a new block. The string keeps its old text until the new one is settled, so that everything that can fail
-// in front of the conversion leaves it whole, and so that the old text may be the source.
+// in front of that leaves it whole, and so that the old text may be the source.
 template <class Kind>
-class Room {
+class Refill {
  public:
   using Element = ElementOf<Kind>;
 
-  Room(RecordOf<Kind>* string, uint64_t elementCount) : string_(string) {
-    if (elementCount < static_cast<uint64_t>(string->capacity)) {
+  Refill(RecordOf<Kind>* string, uint64_t elementCount) : string_(string) {
+    capacity_ = static_cast<uint64_t>(string->capacity);
+    if (fits(elementCount, capacity_, Room::tight)) {
       text_ = string->text;
-      capacity_ = static_cast<uint64_t>(string->capacity);
       return;
     }
     capacity_ = capacityFor(elementCount);
-    block_ = PoolBlock<Element>(string->pool, allocate<Element>(string->pool, capacity_));
+    block_ = PoolBlock<Element>(string->pool, allocateFor<Kind>(string, capacity_));
     text_ = block_.get();
   }
 
@@ -31,12 +31,8 @@ class Room {
 
   // The first `length` elements here become the string's text.
   void settle(uint64_t length) {
-    if (block_) {
-      if (string_->ownsBuffer == 1) string_->pool->poolFree(string_->pool, string_->text);
-      setText<Kind>(string_, block_.release(), length, capacity_, true);
-    }
-    string_->length = static_cast<typename Kind::Length>(length);
-    string_->text[length] = 0;
+    if (block_) adoptBlock<Kind>(string_, block_.release(), length, capacity_);
+    endText<Kind>(string_, length);
   }
 
  private:
