@@ -148,15 +148,18 @@ class Base64 : public test::HostTest {
     if (bytes != nullptr) pool()->poolFree(pool(), bytes);
     return result;
   }
-  std::optional<Bytes> decode(const std::string& text, bool isUrl) {
-    const test::GuardedBuffer<char> guarded{std::span<const char>(text)};
+  std::optional<Bytes> decodeAt(const char* text, size_t length, bool isUrl) {
     VQU8String string;
-    vqU8StringInitStatic(service(), &string, pool(), guarded.data(), static_cast<int64_t>(text.size()));
+    vqU8StringInitStatic(service(), &string, pool(), text, static_cast<int64_t>(length));
     uint8_t* bytes = nullptr;
     uint64_t count = 0;
     const VQStatus status =
         (isUrl ? vqU8StringDecodeBase64URL : vqU8StringDecodeBase64)(&string, pool(), &bytes, &count);
     return taken(status, bytes, count);
+  }
+  std::optional<Bytes> decode(const std::string& text, bool isUrl) {
+    const test::GuardedBuffer<char> guarded{std::span<const char>(text)};
+    return decodeAt(guarded.data(), text.size(), isUrl);
   }
   std::optional<Bytes> decode(const std::u32string& text, bool isUrl) {
     const test::GuardedBuffer<char32_t> guarded{std::span<const char32_t>(text)};
@@ -192,14 +195,29 @@ TEST_F(Base64, PublishedVectors) {
 // Every input of up to three bytes, in both alphabets.
 TEST_F(Base64, ShortInputsComeBack) {
   for (const bool isUrl : {false, true}) {
-    for (size_t size = 1; size <= 3; ++size) {
-      for (uint32_t number = 0; number < 1u << (8 * size); number += size == 3 ? 97 : 1) {
-        Bytes bytes;
-        for (size_t i = 0; i < size; ++i) bytes.push_back(static_cast<uint8_t>(number >> (8 * i)));
-        const std::string text = encode(bytes, isUrl, number & 1, 0);
-        ASSERT_EQ(text, naiveEncoded(bytes, isUrl, number & 1, false));
-        ASSERT_EQ(decode(text, isUrl), bytes);
+    for (uint32_t number = 0; number < 0x10100; ++number) {
+      Bytes bytes{static_cast<uint8_t>(number)};
+      if (number >= 0x100)
+        bytes = {static_cast<uint8_t>(number - 0x100), static_cast<uint8_t>((number - 0x100) >> 8)};
+      const std::string text = encode(bytes, isUrl, number % 2, 0);
+      ASSERT_EQ(text, naiveEncoded(bytes, isUrl, number % 2, false));
+      ASSERT_EQ(decodeAt(text.data(), text.size(), isUrl), bytes);
+    }
+    // The inputs of three bytes in runs of 65536.
+    const vq::base64::Alphabet& alphabet = isUrl ? vq::base64::urlSafe : vq::base64::standard;
+    constexpr size_t groups = 0x10000;
+    Bytes bytes(3 * groups), back(3 * groups);
+    std::string text(4 * groups, 0);
+    for (uint32_t first = 0; first < 0x100; ++first) {
+      for (size_t i = 0; i < groups; ++i) {
+        bytes[3 * i] = static_cast<uint8_t>(first);
+        bytes[3 * i + 1] = static_cast<uint8_t>(i >> 8);
+        bytes[3 * i + 2] = static_cast<uint8_t>(i);
       }
+      vq::base64::encodeGroups(alphabet, bytes.data(), groups, text.data());
+      ASSERT_TRUE(text == naiveEncoded(bytes, isUrl, true, false));
+      ASSERT_EQ(vq::base64::decodeGroups(alphabet, text.data(), groups, back.data()), groups);
+      ASSERT_EQ(back, bytes);
     }
   }
 }
