@@ -54,6 +54,8 @@ void fillSlots(VQStringService* service) {
   VQ_SLOT(vqU8StringEqualText);
 
   // Tokens.
+  VQ_SLOT(vqStringTokenizeStart);
+  VQ_SLOT(vqU8StringTokenizeStart);
 
   // Conversion.
 
