@@ -75,6 +75,8 @@ void fillSlots(VQStringService* service) {
   VQ_SLOT(vqU8StringEqualText);
 
   // Tokens.
+  VQ_SLOT(vqStringTokenizeStart);
+  VQ_SLOT(vqU8StringTokenizeStart);
 
   // Conversion.
   VQ_SLOT(vqStringEncode);
