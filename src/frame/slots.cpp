@@ -32,6 +32,12 @@ void fillSlots(VQStringService* service) {
   // Strings: editing.
 
   // Strings: formats and status texts.
+  VQ_SLOT(vqStringConcatFormat);
+  VQ_SLOT(vqU8StringConcatFormat);
+  VQ_SLOT(vqStringConcatStatus);
+  VQ_SLOT(vqU8StringConcatStatus);
+  VQ_SLOT(vqStringWithFormat);
+  VQ_SLOT(vqStringWithStatus);
 
   // Strings: replacement.
 
@@ -84,6 +90,9 @@ void fillSlots(VQStringService* service) {
   VQ_SLOT(vqStringSetValidateOpt);
 
   // Rendering.
+  VQ_SLOT(vqInstanceToString);
+  VQ_SLOT(vqInstanceLocaleToString);
+  VQ_SLOT(vqInstanceIsoToString);
 }
 
 }  // namespace vq
