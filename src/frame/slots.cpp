@@ -30,6 +30,25 @@ void fillSlots(VQStringService* service) {
   VQ_SLOT(vqU8StringWithBytes);
 
   // Strings: editing.
+  VQ_SLOT(vqStringConcatText);
+  VQ_SLOT(vqStringConcat);
+  VQ_SLOT(vqStringCopyText);
+  VQ_SLOT(vqStringCopy);
+  VQ_SLOT(vqStringInsertText);
+  VQ_SLOT(vqStringTrimWhitespace);
+  VQ_SLOT(vqStringSubstring);
+  VQ_SLOT(vqNTextEqual);
+  VQ_SLOT(vqNTextConcat);
+  VQ_SLOT(vqNTextIndex);
+  VQ_SLOT(vqNStringConcatText);
+  VQ_SLOT(vqNStringConcat);
+  VQ_SLOT(vqNStringCopyText);
+  VQ_SLOT(vqNStringCopy);
+  VQ_SLOT(vqU8StringCopyText);
+  VQ_SLOT(vqU8StringConcatText);
+  VQ_SLOT(vqU8StringTrimWhitespace);
+  VQ_SLOT(vqU8StringInsertVQText);
+  VQ_SLOT(vqU8StringInsertU8);
 
   // Strings: formats and status texts.
   VQ_SLOT(vqStringConcatFormat);
@@ -40,6 +59,8 @@ void fillSlots(VQStringService* service) {
   VQ_SLOT(vqStringWithStatus);
 
   // Strings: replacement.
+  VQ_SLOT(vqStringReplaceSubstring);
+  VQ_SLOT(vqStringReplaceSubstringVQText);
 
   // Comparison and search.
   VQ_SLOT(vqStringEqual);
