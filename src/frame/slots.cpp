@@ -51,6 +51,12 @@ void fillSlots(VQStringService* service) {
   VQ_SLOT(vqU8StringInsertU8);
 
   // Strings: formats and status texts.
+  VQ_SLOT(vqStringConcatFormat);
+  VQ_SLOT(vqU8StringConcatFormat);
+  VQ_SLOT(vqStringConcatStatus);
+  VQ_SLOT(vqU8StringConcatStatus);
+  VQ_SLOT(vqStringWithFormat);
+  VQ_SLOT(vqStringWithStatus);
 
   // Strings: replacement.
   VQ_SLOT(vqStringReplaceSubstring);
@@ -120,6 +126,9 @@ void fillSlots(VQStringService* service) {
   VQ_SLOT(vqStringSetValidateOpt);
 
   // Rendering.
+  VQ_SLOT(vqInstanceToString);
+  VQ_SLOT(vqInstanceLocaleToString);
+  VQ_SLOT(vqInstanceIsoToString);
 }
 
 }  // namespace vq
