@@ -36,6 +36,22 @@ void fillSlots(VQStringService* service) {
   // Strings: replacement.
 
   // Comparison and search.
+  VQ_SLOT(vqStringEqual);
+  VQ_SLOT(vqStringEqualText);
+  VQ_SLOT(vqStringCaseEqualText);
+  VQ_SLOT(vqStringStartsWith);
+  VQ_SLOT(vqStringStartsWithText);
+  VQ_SLOT(vqStringStartsWithVQText);
+  VQ_SLOT(vqStringCaseStartsWithVQText);
+  VQ_SLOT(vqStringEndsWithText);
+  VQ_SLOT(vqStringEndsWithVQText);
+  VQ_SLOT(vqStringCaseEndsWithVQText);
+  VQ_SLOT(vqStringIndexOfText);
+  VQ_SLOT(vqU8StringStartsWithU8);
+  VQ_SLOT(vqU8StringEndsWithU8);
+  VQ_SLOT(vqU8StringStartsWithText);
+  VQ_SLOT(vqU8StringEndsWithText);
+  VQ_SLOT(vqU8StringEqualText);
 
   // Tokens.
 

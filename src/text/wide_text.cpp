@@ -1,0 +1,88 @@
+// Comparison, search and change of case on counted wide text.
+#include "frame/handle.hpp"
+#include "text/case_map.hpp"
+#include "text/scan.hpp"
+#include "text/search.hpp"
+#include "text/tables/extreme_case.hpp"
+#include "vqstring/host.h"
+#include "vqstring/text.h"
+
+namespace vq::text {
+
+namespace {
+
+// The first position whose elements differ apart from case.
+uint64_t firstFoldedDifference(const VQChar* first, const VQChar* second, uint64_t count) {
+  uint64_t i = 0;
+  while (i < count && (first[i] == second[i] || lowerByTable(first[i]) == lowerByTable(second[i]))) ++i;
+  return i;
+}
+
+int32_t order(VQChar first, VQChar second) {
+  return static_cast<int32_t>(first) < static_cast<int32_t>(second) ? -1 : 1;
+}
+
+VQChar extreme(VQChar c, const int32_t* meta, const int32_t* shift) {
+  if (c > 0xffff) return c;
+  const int32_t start = meta[c >> 7];
+  return start < 0 ? c : c + static_cast<VQChar>(shift[start + static_cast<int32_t>(c & 0x7f)]);
+}
+
+}  // namespace
+
+}  // namespace vq::text
+
+using namespace vq::text;
+
+uint32_t vqzseqn(const VQChar* first, uint64_t firstLength, const VQChar* second, uint64_t secondLength) {
+  return firstLength == secondLength && firstFoldedDifference(first, second, firstLength) == firstLength;
+}
+
+int32_t vqzsncmp(const VQChar* first, int64_t firstLength, const VQChar* second, int64_t secondLength) {
+  const int64_t shorter = firstLength < secondLength ? firstLength : secondLength;
+  const uint64_t common = shorter > 0 ? static_cast<uint64_t>(shorter) : 0;
+  int32_t tie = 0;
+  const uint64_t different = firstDifference(first, second, common);
+  if (different < common) {
+    tie = order(first[different], second[different]);
+    const uint64_t at =
+        different + firstFoldedDifference(first + different, second + different, common - different);
+    if (at < common) return 2 * order(lowerByTable(first[at]), lowerByTable(second[at]));
+  }
+  if (firstLength == secondLength) return tie;
+  const bool isFirstShorter = firstLength < secondLength;
+  const int64_t longer = isFirstShorter ? secondLength : firstLength;
+  const uint64_t excess = longer > 0 ? static_cast<uint64_t>(longer) - common : 0;
+  if (firstOther((isFirstShorter ? second : first) + common, excess, U' ') == excess) return tie;
+  return isFirstShorter ? -2 : 2;
+}
+
+int64_t vqzsndx(const VQChar* text, int64_t length, const VQChar* sought, int64_t soughtLength) {
+  if (soughtLength <= 0) return 0;
+  if (length < soughtLength) return -1;
+  return findFirst(text, static_cast<uint64_t>(length), sought, static_cast<uint64_t>(soughtLength));
+}
+
+void vqzstlo(VQChar* text, int64_t length) {
+  VQNls* const nls = Exported_VQHandle->kernelNls;
+  for (int64_t i = 0; i < length; ++i) {
+    const VQChar c = text[i];
+    text[i] = nls == nullptr || c < 0x80 ? lowerByTable(c) : nls->nlsToLower(nls, c, 1);
+  }
+}
+
+void vqzstup(VQChar* text, int64_t length) {
+  VQNls* const nls = Exported_VQHandle->kernelNls;
+  for (int64_t i = 0; i < length; ++i) {
+    const VQChar c = text[i];
+    text[i] = nls == nullptr || c < 0x80 ? upperByTable(c) : nls->nlsToUpper(nls, c, 1);
+  }
+}
+
+void vqzstmin(VQChar* text, int64_t length) {
+  for (int64_t i = 0; i < length; ++i) text[i] = extreme(text[i], minMeta, minShift);
+}
+
+void vqzstmax(VQChar* text, int64_t length) {
+  for (int64_t i = 0; i < length; ++i) text[i] = extreme(text[i], maxMeta, maxShift);
+}
