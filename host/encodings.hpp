@@ -1,0 +1,12 @@
+// The encodings that the host knows, by number and by name.
+#pragma once
+
+#include "host/kernel.hpp"
+
+namespace vq::host {
+
+// Null when the number is not given out.
+const VQHostEncoding* encodingOf(uint32_t encoding) noexcept;
+const VQEncodingInfo* encodingInfoOf(uint32_t encoding) noexcept;
+
+}  // namespace vq::host

@@ -1,0 +1,16 @@
+// The ICU access object: what the kernel hands out after nlsLoadICU.
+#pragma once
+
+#include "host/kernel.hpp"
+
+namespace vq::host {
+
+struct IcuAccess : VQIcu {
+  explicit IcuAccess(Kernel& owner);
+
+  static IcuAccess& of(VQIcu* icu) { return *static_cast<IcuAccess*>(icu); }
+
+  Kernel& kernel;
+};
+
+}  // namespace vq::host

@@ -1,0 +1,178 @@
+/* A small, real host for vqstring: a kernel of pools, locks, encodings, regular expressions, named values and
+ * the extension "vqinstance", built on ICU. A program opens a kernel, loads the string service into it and
+ * works with the service; whoever writes a host of their own finds an example here.
+ *
+ * What nobody may skip:
+ *
+ * Ownership. What a function creates belongs to its caller until the matching close, release or destroy. A
+ * kernel outlives everything that came out of it; vqhostClose ends what is left. The library keeps the kernel
+ * in a variable of its own, so one kernel at a time serves a loaded copy of the library.
+ *
+ * Failures. A function answers with a VQStatus, 0 for success; an out pointer is written on success alone,
+ * unless told otherwise. No C++ exception leaves this library. Statuses of the host itself stand below; all
+ * others are those of vqstring/base.h.
+ *
+ * Units. A text of VQChar counts elements, a text of bytes counts bytes, -1 where allowed says that the text
+ * ends at its first zero element.
+ *
+ * Threads. Opening, closing and loading are for one thread. Everything else may be called from all threads;
+ * a single converter, constraint or array is used by one thread at a time while it is being changed.
+ */
+#ifndef VQHOST_H
+#define VQHOST_H
+
+#include "vqstring/base.h"
+#include "vqstring/host.h"
+#include "vqstring/instance.h"
+
+VQ_BEGIN_DECLS
+
+/* ---- statuses that the host adds to those of the library ---- */
+
+/* A pattern does not compile. */
+#define VQHOST_STATUS_PATTERN ((VQStatus)0x80410001u)
+/* A search passed the time limit of the kernel. */
+#define VQHOST_STATUS_REGEX_TIME ((VQStatus)0x80410002u)
+/* A search needed more backtracking memory than the kernel's stack limit. */
+#define VQHOST_STATUS_REGEX_STACK ((VQStatus)0x80410003u)
+/* A match was asked for before one was found. */
+#define VQHOST_STATUS_NO_MATCH ((VQStatus)0x80410004u)
+/* The engine failed in another way. */
+#define VQHOST_STATUS_REGEX_ENGINE ((VQStatus)0x80410005u)
+/* A text is too long for a regular expression (more than 2^31 - 1 bytes, or units inside). */
+#define VQHOST_STATUS_TEXT_TOO_LONG ((VQStatus)0x80410006u)
+/* No encoding has the name or the number. */
+#define VQHOST_STATUS_NO_ENCODING ((VQStatus)0x80410007u)
+/* ICU refused a converter or a normaliser that it should have. */
+#define VQHOST_STATUS_ICU ((VQStatus)0x80410008u)
+/* An extension's shared object cannot be opened, lacks its entry functions or refuses to start. */
+#define VQHOST_STATUS_EXTENSION ((VQStatus)0x80410009u)
+/* An extension was built for another version of the kernel interface. */
+#define VQHOST_STATUS_EXTENSION_VERSION ((VQStatus)0x8041000au)
+
+/* ---- the kernel ---- */
+
+/* What a kernel is opened with. Set `size` to sizeof(VQHostOptions) and everything else to zero, then change
+ * what matters: zero is the default of every field. */
+typedef struct VQHostOptions {
+  uint64_t size;
+  /* The longest that one search may take, in the engine's time units: about a millisecond each.
+   * Default 500. */
+  uint32_t regexTimeLimit;
+  /* The backtracking memory that one search may use, in bytes. Default 8,000,000. */
+  uint32_t regexStackLimit;
+  /* How many compiled patterns, and patterns that do not compile, are kept. Default 256. */
+  uint32_t regexCacheEntries;
+  uint32_t reserved;
+  /* The locale of numbers, dates and times, by its ICU name; null: what the environment says. */
+  const char* localeName;
+} VQHostOptions;
+
+/* Opens a kernel; `options` may be null. */
+VQ_API VQStatus vqhostOpen(const VQHostOptions* options, VQKernel** kernel);
+/* Ends the kernel with all its pools, locks and named values, and closes the loaded extensions. Null does
+ * nothing. Services and instances must have been released before. */
+VQ_API void vqhostClose(VQKernel* kernel);
+
+/* Objects of this kernel that are alive: pools, locks, transcoders, engines, converters, loaded extensions
+ * and pool blocks. What a test compares before and after. */
+VQ_API uint64_t vqhostLiveObjects(VQKernel* kernel);
+
+/* ---- extensions ---- */
+
+/* Loads the extension `name`. "vqinstance" is built in. Any other is the shared object `path` (null:
+ * "lib<name>.so.2", then "lib<name>.so", searched as the dynamic linker does): its vqextver is called with
+ * the kernel, then the entry function that bears the extension's name. A second load answers the same record
+ * and counts. Each load is given back with vqhostReleaseExtension. kernelLoadExtension does the same without
+ * a path. */
+VQ_API VQStatus vqhostLoadExtension(VQKernel* kernel, const char* name, const char* path, void** record);
+/* Drops one load; the last one ends the extension's record. */
+VQ_API void vqhostReleaseExtension(VQKernel* kernel, void* record);
+/* vqhostLoadExtension for "vqstring". */
+VQ_API VQStatus vqhostLoadStrings(VQKernel* kernel, const char* path, VQStringService** service);
+
+/* ---- pools ---- */
+
+/* A pool under a name for people. Its blocks may be used and given back from every thread. */
+VQ_API VQStatus vqhostCreatePool(VQKernel* kernel, const char* name, VQPool** pool);
+/* Blocks of the pool that are taken and not given back. Exact when no other thread is at work in it. */
+VQ_API uint64_t vqhostLiveBlocks(VQPool* pool);
+
+/* ---- named values ---- */
+
+/* Sets or replaces a value; name and value are copied. */
+VQ_API VQStatus vqhostSetNamedValue(VQKernel* kernel, const VQChar* name, int64_t nameLength,
+                                    const VQChar* value, int64_t valueLength);
+/* VQSTATUS_NAME_NOT_FOUND when there is no such value. */
+VQ_API VQStatus vqhostRemoveNamedValue(VQKernel* kernel, const VQChar* name, int64_t nameLength);
+
+/* ---- encodings ---- */
+
+/* One encoding; the record and its texts live as long as the program. */
+typedef struct VQHostEncoding {
+  uint32_t number;
+  /* 0: single byte. 1: multi-byte, extending ASCII. 2: anything else. */
+  uint32_t encodingClass;
+  /* The usual name, such as "ISO-8859-1". */
+  const char* name;
+  /* ICU's name of the converter; null for wide text, which needs none. */
+  const char* icuName;
+  /* Other names, ended by null. ICU knows more, and vqhostFindEncoding finds those too. */
+  const char* const* aliases;
+} VQHostEncoding;
+
+/* The encodings in the order of their numbers. */
+VQ_API uint32_t vqhostEncodingCount(void);
+/* Null behind the last. */
+VQ_API const VQHostEncoding* vqhostEncodingAt(uint32_t index);
+/* Null when the number is not given out. */
+VQ_API const VQHostEncoding* vqhostEncodingByNumber(uint32_t number);
+/* By usual name, alias, or any name that ICU has for it; case, '-', '_' and blanks do not count. Null when
+ * unknown. */
+VQ_API const VQHostEncoding* vqhostFindEncoding(const char* name);
+
+/* ---- instances ---- */
+
+/* Each maker stores a new instance of one reference, in `pool` or (null) in a pool of the kernel's own; it is
+ * given back with its instanceRelease. Their instanceClone copies them, their instanceValidate accepts all. */
+VQ_API VQStatus vqhostCreateBoolean(VQKernel* kernel, VQPool* pool, uint8_t value, VQInstance** instance);
+VQ_API VQStatus vqhostCreateInt32(VQKernel* kernel, VQPool* pool, int32_t value, VQInstance** instance);
+VQ_API VQStatus vqhostCreateInt64(VQKernel* kernel, VQPool* pool, int64_t value, VQInstance** instance);
+VQ_API VQStatus vqhostCreateUInt32(VQKernel* kernel, VQPool* pool, uint32_t value, VQInstance** instance);
+VQ_API VQStatus vqhostCreateUInt64(VQKernel* kernel, VQPool* pool, uint64_t value, VQInstance** instance);
+VQ_API VQStatus vqhostCreateDouble(VQKernel* kernel, VQPool* pool, double value, VQInstance** instance);
+/* The fields of dates and times are stored as given; nothing is normalised. */
+VQ_API VQStatus vqhostCreateCalendarDate(VQKernel* kernel, VQPool* pool, int32_t year, int32_t month,
+                                         int32_t day, VQInstance** instance);
+/* `zoneOffset` in seconds, east positive; null: the instance has none. */
+VQ_API VQStatus vqhostCreateTime(VQKernel* kernel, VQPool* pool, int32_t hour, int32_t minute, int32_t second,
+                                 int32_t millisecond, const double* zoneOffset, VQInstance** instance);
+/* `value` in seconds since 1960-01-01 00:00:00. */
+VQ_API VQStatus vqhostCreateDateTime(VQKernel* kernel, VQPool* pool, double value, const double* zoneOffset,
+                                     VQInstance** instance);
+VQ_API VQStatus vqhostCreateCalendarDateTime(VQKernel* kernel, VQPool* pool, int32_t year, int32_t month,
+                                             int32_t day, int32_t hour, int32_t minute, int32_t second,
+                                             int32_t millisecond, const double* zoneOffset,
+                                             VQInstance** instance);
+
+/* An array of `count` items; it takes a reference of its own on each. */
+VQ_API VQStatus vqhostCreateArray(VQKernel* kernel, VQPool* pool, VQInstance* const* items, uint64_t count,
+                                  VQInstance** array);
+/* Adds an item at the end, with a reference of the array's own. A failure leaves the array as it was. */
+VQ_API VQStatus vqhostArrayAppend(VQInstance* array, VQInstance* item);
+
+/* A constraint without properties. */
+VQ_API VQStatus vqhostCreateConstraint(VQKernel* kernel, VQPool* pool, VQInstance** constraint);
+/* Sets or replaces a property: "minLength" and "maxLength" are numbers, "values" and "patterns" arrays. A
+ * number is stored once and read either way: read as unsigned a negative one is 0, read as signed one above
+ * INT64_MAX is INT64_MAX. The constraint takes a reference of its own on an instance. */
+VQ_API VQStatus vqhostConstraintSetSigned(VQInstance* constraint, const VQChar* name, int64_t nameLength,
+                                          int64_t value);
+VQ_API VQStatus vqhostConstraintSetUnsigned(VQInstance* constraint, const VQChar* name, int64_t nameLength,
+                                            uint64_t value);
+VQ_API VQStatus vqhostConstraintSetInstance(VQInstance* constraint, const VQChar* name, int64_t nameLength,
+                                            VQInstance* value);
+
+VQ_END_DECLS
+
+#endif
