@@ -56,6 +56,12 @@ void fillSlots(VQStringService* service) {
   // Tokens.
 
   // Conversion.
+  VQ_SLOT(vqStringEncode);
+  VQ_SLOT(vqStringDecode);
+  VQ_SLOT(vqStringGetU8Bytes);
+  VQ_SLOT(vqStringGetU8String);
+  VQ_SLOT(vqU8StringFromVQText);
+  VQ_SLOT(vqU8StringGetVQText);
 
   // Escaped forms.
 
