@@ -34,7 +34,8 @@ std::string encoded(Session& session, uint32_t encoding, std::u32string_view tex
 std::string encodedInside(Session& session, uint32_t encoding, char32_t character) {
   const std::u32string two(2, character);
   const std::string once = encoded(session, encoding, std::u32string_view(two).substr(0, 1));
-  return encoded(session, encoding, two).substr(std::min(once.size(), encoded(session, encoding, two).size()));
+  return encoded(session, encoding, two)
+      .substr(std::min(once.size(), encoded(session, encoding, two).size()));
 }
 
 size_t findSeparator(std::string_view bytes, std::string_view separator) {
@@ -68,7 +69,9 @@ RecordSource::RecordSource(std::vector<std::string> files, RecordFormat format)
   if (files_.empty()) files_.push_back("-");
 }
 
-RecordSource::~RecordSource() { closeFile(); }
+RecordSource::~RecordSource() {
+  closeFile();
+}
 
 uint64_t RecordSource::bytesTotal() const {
   uint64_t total = 0;

@@ -66,8 +66,9 @@ std::string Session::statusText(VQStatus status) {
     VQTranscoder* transcoder = nls()->nlsCreateTranscoder(nls(), ENC_WIDE, ENC_UTF8, 0, 0);
     if (transcoder) {
       uint64_t bytes = 0;
-      VQStatus failed = transcoder->transcoderConvert(
-          transcoder, wide, static_cast<uint64_t>(length) * sizeof(VQChar), text.data(), text.size(), &bytes, 0);
+      VQStatus failed =
+          transcoder->transcoderConvert(transcoder, wide, static_cast<uint64_t>(length) * sizeof(VQChar),
+                                        text.data(), text.size(), &bytes, 0);
       transcoder->transcoderDestroy(transcoder);
       if (!failed) {
         text.resize(bytes);

@@ -14,7 +14,7 @@ namespace vqs {
 
 class Session {
  public:
-  Session() = default;
+  Session() { hostOptions.size = sizeof hostOptions; }
   ~Session();
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
@@ -30,7 +30,7 @@ class Session {
   std::string statusText(VQStatus status);
 
   // The options of the kernel; changes count until the kernel is opened.
-  VQHostOptions hostOptions{.size = sizeof(VQHostOptions)};
+  VQHostOptions hostOptions{};
   // What the command ended with.
   int exitCode = ExitFine;
   Output out{1, "standard output"};
