@@ -45,6 +45,8 @@ struct InputOutputFailure : Failure {
 // The reader of our output has gone away, which is no fault worth a word.
 struct OutputClosed {};
 
+void addCheck(CLI::App& app, Session& session);
 void addEncodings(CLI::App& app, Session& session);
+void addSummaryCommand(CLI::App& app, Session& session);
 
 }  // namespace vqs

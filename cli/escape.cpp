@@ -4,33 +4,10 @@
 #include <cstdint>
 #include <cstdio>
 
-#include "vqstring.h"
+#include "utf8_front.hpp"
 
 namespace vqs {
 namespace {
-
-// The code point at the front of `text` and its bytes; 0 bytes when the front is not well-formed UTF-8.
-struct Character {
-  char32_t value;
-  size_t bytes;
-};
-
-Character frontCharacter(std::string_view text) {
-  const auto byte = [&](size_t index) { return static_cast<uint8_t>(text[index]); };
-  const uint8_t lead = byte(0);
-  if (lead < 0x80) return {lead, 1};
-  const size_t bytes = lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : 2;
-  if (lead < 0xc2 || lead > 0xf4 || text.size() < bytes) return {0, 0};
-  char32_t value = lead & (0x7f >> bytes);
-  for (size_t index = 1; index < bytes; ++index) {
-    if ((byte(index) & 0xc0) != 0x80) return {0, 0};
-    value = value << 6 | (byte(index) & 0x3f);
-  }
-  constexpr std::array<char32_t, 5> least{0, 0, 0x80, 0x800, 0x10000};
-  const bool isSurrogate = value >= 0xd800 && value <= 0xdfff;
-  if (value < least[bytes] || value > 0x10ffff || isSurrogate) return {0, 0};
-  return {value, bytes};
-}
 
 struct Range {
   char32_t first;
@@ -76,7 +53,7 @@ void appendHidden(std::string& target, char32_t character) {
 
 void appendEscapedUtf8(std::string& target, std::string_view text) {
   while (!text.empty()) {
-    const Character character = frontCharacter(text);
+    const Utf8Character character = utf8Front(text);
     if (character.bytes == 0) {
       char escape[8];
       std::snprintf(escape, sizeof escape, "\\x%02x", static_cast<uint8_t>(text[0]));

@@ -11,10 +11,6 @@
 namespace vqs {
 namespace {
 
-// Small enough that many blocks are at work at once in a few megabytes, large enough that the work on a
-// block outweighs handing it round.
-constexpr size_t blockBytes = 256 * 1024;
-
 std::string encoded(Session& session, uint32_t encoding, std::u32string_view text) {
   if (encoding == ENC_WIDE)
     return {reinterpret_cast<const char*>(text.data()), text.size() * sizeof(char32_t)};
@@ -90,6 +86,8 @@ bool RecordSource::openNext() {
   descriptor_ = file == "-" ? 0 : ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
   if (descriptor_ < 0) throw InputOutputFailure(file + ": " + std::strerror(errno));
   ++nextFile_;
+  struct stat info;
+  isLive_ = fstat(descriptor_, &info) == 0 && !S_ISREG(info.st_mode);
   line_ = 1;
   offset_ = 0;
   carry_.clear();
@@ -101,20 +99,20 @@ void RecordSource::closeFile() {
   descriptor_ = -1;
 }
 
-// Fills `bytes` behind `end`; fewer than there is room for at the end of the file alone, so that a pipe of
-// many small writes still makes whole blocks.
-size_t RecordSource::readInto(std::string& bytes, size_t end) {
-  const size_t before = end;
+// Reads behind `end`: a regular file until `bytes` is full, a live source as much as there is.
+size_t RecordSource::readInto(std::string& bytes, size_t end, bool& isAtEnd) {
   while (end < bytes.size()) {
     const ssize_t count = ::read(descriptor_, bytes.data() + end, bytes.size() - end);
     if (count < 0) {
       if (errno == EINTR) continue;
       throw InputOutputFailure(files_[nextFile_ - 1] + ": " + std::strerror(errno));
     }
-    if (count == 0) break;
+    isAtEnd = count == 0;
+    if (isAtEnd) break;
     end += static_cast<size_t>(count);
+    bytesRead_ += static_cast<uint64_t>(count);
+    if (isLive_) break;
   }
-  bytesRead_ += end - before;
   return end;
 }
 
@@ -154,8 +152,7 @@ bool RecordSource::next(RecordBlock& block) {
     while (recordsEnd == 0) {
       // A record longer than the block: the block grows, and only what is new is searched.
       if (end == block.bytes.size()) block.bytes.resize(2 * end);
-      end = readInto(block.bytes, end);
-      isAtEnd = end < block.bytes.size();
+      end = readInto(block.bytes, end, isAtEnd);
       if (isAtEnd) {
         recordsEnd = end;
         break;

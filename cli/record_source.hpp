@@ -47,6 +47,10 @@ struct RecordBlock {
 
 class RecordSource {
  public:
+  // Small enough that many blocks are at work at once in a few megabytes, large enough that the work on a
+  // block outweighs handing it round.
+  static constexpr size_t blockBytes = 256 * 1024;
+
   // `files` by path, "-" and an empty list standing for standard input. Not found is told by next().
   RecordSource(std::vector<std::string> files, RecordFormat format);
   ~RecordSource();
@@ -61,11 +65,14 @@ class RecordSource {
   uint64_t bytesRead() const { return bytesRead_; }
   // Bytes of all files; 0 when not all are regular files.
   uint64_t bytesTotal() const;
+  // The input comes from a pipe or a terminal, where somebody may be waiting for each answer: blocks then end
+  // where the writer paused.
+  bool isLive() const { return isLive_; }
 
  private:
   bool openNext();
   void closeFile();
-  size_t readInto(std::string& bytes, size_t end);
+  size_t readInto(std::string& bytes, size_t end, bool& isAtEnd);
   size_t endOfLastRecord(std::string_view bytes, size_t from) const;
   uint64_t countSeparators(std::string_view bytes) const;
 
@@ -73,6 +80,7 @@ class RecordSource {
   RecordFormat format_;
   size_t nextFile_ = 0;
   int descriptor_ = -1;
+  bool isLive_ = false;
   uint64_t line_ = 1;
   uint64_t offset_ = 0;
   uint64_t bytesRead_ = 0;
