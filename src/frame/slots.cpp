@@ -68,8 +68,20 @@ void fillSlots(VQStringService* service) {
   // Named values.
 
   // Regular expressions.
+  VQ_SLOT(vqStringInstanceCreateRegex);
+  VQ_SLOT(vqStringInstanceFindNext);
+  VQ_SLOT(vqStringInstanceMatch);
+  VQ_SLOT(vqStringInstanceMatchVQText);
+  VQ_SLOT(vqStringInstanceMatchU8);
+  VQ_SLOT(vqStringInstanceContains);
+  VQ_SLOT(vqStringInstanceContainsVQText);
+  VQ_SLOT(vqStringInstanceContainsU8);
 
   // Equality and validation.
+  VQ_SLOT(vqStringInstanceEqual);
+  VQ_SLOT(vqStringInstanceEqualU8);
+  VQ_SLOT(vqStringInstanceEqualVQText);
+  VQ_SLOT(vqStringSetValidateOpt);
 
   // Rendering.
 }

@@ -76,8 +76,8 @@ VQStatus vqStringInstanceEqualU8(VQInstance* instance, const char* text, int64_t
     case StringKind::wide:
       return wideAgainstText(wideRecord(instance), text, length, result);
     case StringKind::u8:
-      *result = equalBytes(u8Record(instance), text,
-                           length == -1 ? mhStrLen(text) : static_cast<uint64_t>(length));
+      *result =
+          equalBytes(u8Record(instance), text, length == -1 ? mhStrLen(text) : static_cast<uint64_t>(length));
       return 0;
     case StringKind::other:
       break;

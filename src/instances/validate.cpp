@@ -11,8 +11,7 @@
 // Rows 3 and 4 open a group that nothing closes. An engine that refuses them never finds them, and the table
 // is no less right for it.
 const VQChar* validationPatterns[] = {
-    U"(?i)<script>", U"(?i)</script>",    U"alert *(",
-    U"prompt *(",    U"(?i)javascript:", U"(?i)< */? *script *>",
+    U"(?i)<script>", U"(?i)</script>", U"alert *(", U"prompt *(", U"(?i)javascript:", U"(?i)< */? *script *>",
 };
 uint32_t numValidationPatterns = sizeof(validationPatterns) / sizeof(*validationPatterns);
 
@@ -38,12 +37,8 @@ class Constraint {
       : instance_(instance), record_(reinterpret_cast<const VQConstraint*>(instance)) {}
 
   // A bound on a length, signed or unsigned as the length is. A failure to get it counts as its absence.
-  bool readBound(PropertyName name, int64_t* bound) const {
-    return readNumber(name, 0, bound, nullptr);
-  }
-  bool readBound(PropertyName name, uint64_t* bound) const {
-    return readNumber(name, 1, nullptr, bound);
-  }
+  bool readBound(PropertyName name, int64_t* bound) const { return readNumber(name, 0, bound, nullptr); }
+  bool readBound(PropertyName name, uint64_t* bound) const { return readNumber(name, 1, nullptr, bound); }
 
   // A list of instances; null when it is not declared.
   VQStatus readList(PropertyName name, VQStatus notArray, const VQArray** list) const {
