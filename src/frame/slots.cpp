@@ -30,10 +30,31 @@ void fillSlots(VQStringService* service) {
   VQ_SLOT(vqU8StringWithBytes);
 
   // Strings: editing.
+  VQ_SLOT(vqStringConcatText);
+  VQ_SLOT(vqStringConcat);
+  VQ_SLOT(vqStringCopyText);
+  VQ_SLOT(vqStringCopy);
+  VQ_SLOT(vqStringInsertText);
+  VQ_SLOT(vqStringTrimWhitespace);
+  VQ_SLOT(vqStringSubstring);
+  VQ_SLOT(vqNTextEqual);
+  VQ_SLOT(vqNTextConcat);
+  VQ_SLOT(vqNTextIndex);
+  VQ_SLOT(vqNStringConcatText);
+  VQ_SLOT(vqNStringConcat);
+  VQ_SLOT(vqNStringCopyText);
+  VQ_SLOT(vqNStringCopy);
+  VQ_SLOT(vqU8StringCopyText);
+  VQ_SLOT(vqU8StringConcatText);
+  VQ_SLOT(vqU8StringTrimWhitespace);
+  VQ_SLOT(vqU8StringInsertVQText);
+  VQ_SLOT(vqU8StringInsertU8);
 
   // Strings: formats and status texts.
 
   // Strings: replacement.
+  VQ_SLOT(vqStringReplaceSubstring);
+  VQ_SLOT(vqStringReplaceSubstringVQText);
 
   // Comparison and search.
   VQ_SLOT(vqStringEqual);
@@ -54,6 +75,8 @@ void fillSlots(VQStringService* service) {
   VQ_SLOT(vqU8StringEqualText);
 
   // Tokens.
+  VQ_SLOT(vqStringTokenizeStart);
+  VQ_SLOT(vqU8StringTokenizeStart);
 
   // Conversion.
   VQ_SLOT(vqStringEncode);

@@ -3,7 +3,6 @@
 
 #include "strings/capacity.hpp"
 #include "strings/kinds.hpp"
-#include "vqstring/service.h"
 
 namespace vq {
 
@@ -72,10 +71,6 @@ PassedText<Element> run(const Pass<Element>& pass) {
   return result;
 }
 
-bool canConvert(const VQStringService* service, uint32_t source, uint32_t target) {
-  return service->nls->nlsCanConvert(service->nls, source, target, 0) == 1;
-}
-
 VQTranscoder* makeDecoder(VQNls* nls, uint32_t source, uint32_t) {
   return nls->nlsCreateDecoder(nls, source, 0, 0);
 }
@@ -100,6 +95,11 @@ PassedText<VQChar> passToWide(const VQStringService* service, VQPool* pool, cons
   uint64_t byteCount = 0;
   if (!textByteCount(text, length, encoding, &byteCount)) return failed<VQChar>(VQSTATUS_NO_MEMORY);
   if (!canConvert(service, encoding, ENC_WIDE)) return unchanged<VQChar>(text, byteCount);
+  return convertToWide(service, pool, text, byteCount, encoding);
+}
+
+PassedText<VQChar> convertToWide(const VQStringService* service, VQPool* pool, const void* text,
+                                 uint64_t byteCount, uint32_t encoding) {
   return run<VQChar>({service, pool, encoding, text, byteCount, ENC_WIDE, wideBlockElements,
                       encoding == ENC_UTF8 ? service->utf8ToWide : nullptr, makeDecoder,
                       VQSTATUS_NO_CONVERTER});
