@@ -51,6 +51,12 @@ void fillSlots(VQStringService* service) {
   VQ_SLOT(vqU8StringInsertU8);
 
   // Strings: formats and status texts.
+  VQ_SLOT(vqStringConcatFormat);
+  VQ_SLOT(vqU8StringConcatFormat);
+  VQ_SLOT(vqStringConcatStatus);
+  VQ_SLOT(vqU8StringConcatStatus);
+  VQ_SLOT(vqStringWithFormat);
+  VQ_SLOT(vqStringWithStatus);
 
   // Strings: replacement.
   VQ_SLOT(vqStringReplaceSubstring);
@@ -75,6 +81,8 @@ void fillSlots(VQStringService* service) {
   VQ_SLOT(vqU8StringEqualText);
 
   // Tokens.
+  VQ_SLOT(vqStringTokenizeStart);
+  VQ_SLOT(vqU8StringTokenizeStart);
 
   // Conversion.
   VQ_SLOT(vqStringEncode);
@@ -102,10 +110,25 @@ void fillSlots(VQStringService* service) {
   VQ_SLOT(vqU8StringGetVQName);
 
   // Regular expressions.
+  VQ_SLOT(vqStringInstanceCreateRegex);
+  VQ_SLOT(vqStringInstanceFindNext);
+  VQ_SLOT(vqStringInstanceMatch);
+  VQ_SLOT(vqStringInstanceMatchVQText);
+  VQ_SLOT(vqStringInstanceMatchU8);
+  VQ_SLOT(vqStringInstanceContains);
+  VQ_SLOT(vqStringInstanceContainsVQText);
+  VQ_SLOT(vqStringInstanceContainsU8);
 
   // Equality and validation.
+  VQ_SLOT(vqStringInstanceEqual);
+  VQ_SLOT(vqStringInstanceEqualU8);
+  VQ_SLOT(vqStringInstanceEqualVQText);
+  VQ_SLOT(vqStringSetValidateOpt);
 
   // Rendering.
+  VQ_SLOT(vqInstanceToString);
+  VQ_SLOT(vqInstanceLocaleToString);
+  VQ_SLOT(vqInstanceIsoToString);
 }
 
 }  // namespace vq
