@@ -33,8 +33,10 @@ TEST_F(NamedValues, ComeAsBothKinds) {
     }
     VQU8String* u8 = nullptr;
     ASSERT_EQ(vqU8StringGetVQName(service(), pool(), name, 8, &u8), 0u);
-    EXPECT_EQ(vqU8StringEqualText(u8, value.data(), static_cast<int64_t>(value.size()), ENC_WIDE, nullptr),
+    VQStatus status = 1;
+    EXPECT_EQ(vqU8StringEqualText(u8, value.data(), static_cast<int64_t>(value.size()), ENC_WIDE, &status),
               1);
+    EXPECT_EQ(status, 0u);
     vqU8StringDestroy(u8);
     vqStringDestroy(wide);
   }
