@@ -1,6 +1,7 @@
 // Comparison, search and change of case on counted wide text.
 #include "frame/handle.hpp"
 #include "text/case_map.hpp"
+#include "text/folded_compare.hpp"
 #include "text/scan.hpp"
 #include "text/search.hpp"
 #include "text/tables/extreme_case.hpp"
@@ -10,13 +11,6 @@
 namespace vq::text {
 
 namespace {
-
-// The first position whose elements differ apart from case.
-uint64_t firstFoldedDifference(const VQChar* first, const VQChar* second, uint64_t count) {
-  uint64_t i = 0;
-  while (i < count && (first[i] == second[i] || lowerByTable(first[i]) == lowerByTable(second[i]))) ++i;
-  return i;
-}
 
 int32_t order(VQChar first, VQChar second) {
   return static_cast<int32_t>(first) < static_cast<int32_t>(second) ? -1 : 1;
