@@ -13,8 +13,8 @@ namespace vq::text {
 
 namespace {
 
-// Sixteen positions a step, in lanes of 16 bits.
-constexpr uint64_t stepElements = 16;
+constexpr uint64_t blockElements = blockBytes / sizeof(VQChar);
+constexpr uint64_t none = ~uint64_t{0};
 
 bool isSamePair(VQChar first, VQChar second) {
   return first == second || lowerByTable(first) == lowerByTable(second);
@@ -49,10 +49,11 @@ VQ_INLINE_AVX2 __m256i isCapital80(__m256i lanes) {
   return butNot(isWithin<0x401, 0x40f>(lanes), is<0x40d>(lanes));
 }
 
-// A step: a bit for each position that is not known to be the same, in order.
-VQ_INLINE_AVX2 uint32_t undecided(const VQChar* first, const VQChar* second) {
-  const __m256i a0 = loadBlock(first), a1 = loadBlock(first + 8);
-  const __m256i b0 = loadBlock(second), b1 = loadBlock(second + 8);
+// A step of two blocks, the second `apart` elements behind the first: a bit for each position that is not
+// known to be the same, those of the first block in front.
+VQ_INLINE_AVX2 uint32_t undecided(const VQChar* first, const VQChar* second, uint64_t apart) {
+  const __m256i a0 = loadBlock(first), a1 = loadBlock(first + apart);
+  const __m256i b0 = loadBlock(second), b1 = loadBlock(second + apart);
   const __m256i equal0 = _mm256_cmpeq_epi32(a0, b0), equal1 = _mm256_cmpeq_epi32(a1, b1);
   if (isAllSet(_mm256_and_si256(equal0, equal1))) return 0;
   // Narrowed with saturation: an element above 0xffff becomes 0xffff or 0, which is no letter of the ranges
@@ -72,32 +73,37 @@ VQ_INLINE_AVX2 uint32_t undecided(const VQChar* first, const VQChar* second) {
   return ~_pext_u32(maskOf(ordered), 0x55555555) & 0xffff;
 }
 
-// The first position of a step that differs, or `stepElements`.
-VQ_INLINE_AVX2 uint64_t differenceInStep(const VQChar* first, const VQChar* second) {
-  for (uint32_t mask = undecided(first, second); mask != 0; mask &= mask - 1) {
-    const auto place = static_cast<uint64_t>(std::countr_zero(mask));
+// The first position of a step that differs, or `none`. Its blocks may overlap: what both hold is the same in
+// both.
+VQ_INLINE_AVX2 uint64_t differenceInStep(const VQChar* first, const VQChar* second, uint64_t apart) {
+  for (uint32_t mask = undecided(first, second, apart); mask != 0; mask &= mask - 1) {
+    const auto bit = static_cast<uint64_t>(std::countr_zero(mask));
+    const uint64_t place = bit < blockElements ? bit : bit - blockElements + apart;
     if (!isSamePair(first[place], second[place])) return place;
   }
-  return stepElements;
+  return none;
 }
 
-// For at least a step.
-VQ_TARGET_AVX2 uint64_t bySteps(const VQChar* first, const VQChar* second, uint64_t count) {
+// For at least a block.
+VQ_TARGET_AVX2 uint64_t byBlocks(const VQChar* first, const VQChar* second, uint64_t count) {
+  constexpr uint64_t stepElements = 2 * blockElements;
   uint64_t i = 0;
   for (; i + stepElements <= count; i += stepElements) {
-    const uint64_t place = differenceInStep(first + i, second + i);
-    if (place != stepElements) return i + place;
+    const uint64_t place = differenceInStep(first + i, second + i, blockElements);
+    if (place != none) return i + place;
   }
   if (i == count) return count;
-  i = count - stepElements;
-  return i + differenceInStep(first + i, second + i);
+  // The rest, with as much in front of it as makes up a step.
+  if (count >= stepElements) i = count - stepElements;
+  const uint64_t place = differenceInStep(first + i, second + i, count - i - blockElements);
+  return place != none ? i + place : count;
 }
 
 }  // namespace
 
 uint64_t firstFoldedDifference(const VQChar* first, const VQChar* second, uint64_t count) {
-  if (count < stepElements || !cpu::hasAvx2()) return plain(first, second, count);
-  return bySteps(first, second, count);
+  if (count < blockElements || !cpu::hasAvx2()) return plain(first, second, count);
+  return byBlocks(first, second, count);
 }
 
 }  // namespace vq::text

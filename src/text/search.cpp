@@ -37,6 +37,7 @@ class Search {
 
  private:
   static constexpr uint64_t lanes = blockBytes / sizeof(Element);
+  static constexpr uint64_t step = 4 * lanes;
   // Elements compared in full for each element passed, and what every search may spend beside that. Higher
   // and a hostile needle costs more, lower and a text of near misses leaves the vector code too early.
   static constexpr uint64_t spendingRate = 4;
@@ -44,7 +45,7 @@ class Search {
   // The scan for first elements is left once more than one step in eight, and some at the start, came to
   // nothing: by then the branches cost more than a second comparison at every place.
   static constexpr uint64_t missesAtStart = 4;
-  static constexpr uint64_t elementsPerMiss = 8 * 4 * lanes;
+  static constexpr uint64_t elementsPerMiss = 8 * step;
 
   // Compares in full at a place where both ends match.
   bool matches(uint64_t at) {
@@ -80,57 +81,61 @@ class Search {
     return none;
   }
 
-  VQ_INLINE_AVX2 __m256i endsMatch(uint64_t at, __m256i first, __m256i last) const {
-    return _mm256_and_si256(equalElements<Element>(loadBlock(text_ + at), first),
-                            equalElements<Element>(loadBlock(text_ + at + last_), last));
+  VQ_INLINE_AVX2 __m256i endsMatch(const Element* at, __m256i first, __m256i last) const {
+    return _mm256_and_si256(equalElements<Element>(loadBlock(at), first),
+                            equalElements<Element>(loadBlock(at + last_), last));
   }
 
   // Four blocks at once; `none` with isSpent_ unset means to go on.
-  VQ_INLINE_AVX2 uint64_t tryStep(uint64_t at, __m256i first, __m256i last) {
+  VQ_INLINE_AVX2 uint64_t tryStep(const Element* at, __m256i first, __m256i last) {
     const __m256i a = endsMatch(at, first, last), b = endsMatch(at + lanes, first, last);
     const __m256i c = endsMatch(at + 2 * lanes, first, last), d = endsMatch(at + 3 * lanes, first, last);
     if (maskOf(anyOf(a, b, c, d)) == 0) [[likely]]
       return none;
-    const uint64_t low = maskOf(a) | uint64_t{maskOf(b)} << 32;
-    const uint64_t high = maskOf(c) | uint64_t{maskOf(d)} << 32;
-    if (low != 0) {
-      const uint64_t found = tryAll(low, at);
+    const auto place = static_cast<uint64_t>(at - text_);
+    if (const uint64_t low = maskOf(a) | uint64_t{maskOf(b)} << 32) {
+      const uint64_t found = tryAll(low, place);
       if (found != none || isSpent_) return found;
     }
-    return high != 0 ? tryAll(high, at + 2 * lanes) : none;
+    return tryAll(maskOf(c) | uint64_t{maskOf(d)} << 32, place + 2 * lanes);
   }
 
-  VQ_INLINE_AVX2 bool hasFirst(uint64_t at, __m256i first) const {
-    return maskOf(anyOf(equalElements<Element>(loadBlock(text_ + at), first),
-                        equalElements<Element>(loadBlock(text_ + at + lanes), first),
-                        equalElements<Element>(loadBlock(text_ + at + 2 * lanes), first),
-                        equalElements<Element>(loadBlock(text_ + at + 3 * lanes), first))) != 0;
+  VQ_INLINE_AVX2 static bool hasFirst(const Element* at, __m256i first) {
+    return maskOf(anyOf(equalElements<Element>(loadBlock(at), first),
+                        equalElements<Element>(loadBlock(at + lanes), first),
+                        equalElements<Element>(loadBlock(at + 2 * lanes), first),
+                        equalElements<Element>(loadBlock(at + 3 * lanes), first))) != 0;
   }
 
   VQ_TARGET_AVX2 uint64_t byBlocks() {
     const __m256i first = splat(needle_[0]), last = splat(needle_[last_]);
-    uint64_t at = 0;
-    for (uint64_t misses = 0; at + 4 * lanes <= limit_; at += 4 * lanes) {
+    if (limit_ < step) return byFewBlocks(first, last);
+    const Element* at = text_;
+    const Element* const end = text_ + limit_ - step;  // where the last step stands, over places tried before
+    for (uint64_t misses = 0; at < end; at += step) {
       if (!hasFirst(at, first)) [[likely]]
         continue;
       const uint64_t found = tryStep(at, first, last);
       if (found != none || isSpent_) return found;
-      if (++misses > missesAtStart + at / elementsPerMiss) break;
+      if (++misses > missesAtStart + static_cast<uint64_t>(at - text_) / elementsPerMiss) break;
     }
-    for (; at + 4 * lanes <= limit_; at += 4 * lanes) {
+    for (; at < end; at += step) {
       const uint64_t found = tryStep(at, first, last);
       if (found != none || isSpent_) [[unlikely]]
         return found;
     }
-    for (; at < limit_; at += lanes) {
+    return hasFirst(end, first) ? tryStep(end, first, last) : none;
+  }
+
+  // Fewer places than a step has, at least a block of them.
+  VQ_INLINE_AVX2 uint64_t byFewBlocks(__m256i first, __m256i last) {
+    for (uint64_t at = 0;; at += lanes) {
       // The last block reaches back over places that have been tried.
-      const uint64_t back = at + lanes > limit_ ? at + lanes - limit_ : 0;
-      const uint64_t mask = uint64_t{maskOf(endsMatch(at - back, first, last))} >> back * sizeof(Element);
-      if (mask == 0) continue;
-      const uint64_t found = tryAll(mask, at);
-      if (found != none || isSpent_) return found;
+      const bool isLast = at + lanes >= limit_;
+      if (isLast) at = limit_ - lanes;
+      const uint64_t found = tryAll(maskOf(endsMatch(text_ + at, first, last)), at);
+      if (found != none || isSpent_ || isLast) return found;
     }
-    return none;
   }
 
   const Element* const text_;
