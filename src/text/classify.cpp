@@ -29,9 +29,12 @@ inline uint32_t classifyByHost(VQNls* nls, VQChar c, uint32_t classMask) {
   return nls->nlsClassify(nls, c, classMask);
 }
 
+// The path without a host is laid out straight: with one, the call outweighs a jump.
 inline uint32_t classify(VQChar c, uint32_t classMask, uint32_t classes) {
   VQNls* const nls = Exported_VQHandle->kernelNls;
-  return nls == nullptr ? isInClass(c, classes) : classifyByHost(nls, c, classMask);
+  if (nls == nullptr) [[likely]]
+    return isInClass(c, classes);
+  return classifyByHost(nls, c, classMask);
 }
 
 bool isHexLetter(VQChar c) {
@@ -64,7 +67,8 @@ uint32_t vqnlsisalnum(VQChar character) {
 
 uint32_t vqnlsisxdigit(VQChar character) {
   VQNls* const nls = Exported_VQHandle->kernelNls;
-  if (nls == nullptr) return isInClass(character, classBit::xdigit);
+  if (nls == nullptr) [[likely]]
+    return isInClass(character, classBit::xdigit);
   return isHexLetter(character) ? 1 : classifyByHost(nls, character, mask::digit);
 }
 

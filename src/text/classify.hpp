@@ -8,8 +8,9 @@ namespace vq::text {
 
 // 1 when the character is in one of the classes, whose bits `classes` holds.
 inline uint32_t isInClass(VQChar c, uint32_t classes) {
-  if (c >= classTableEnd) return 0;
-  return (classBits[classBlocks[c / classBlockSize] * classBlockSize + c % classBlockSize] & classes) != 0;
+  if (c >= classTableEnd) [[unlikely]]
+    return 0;
+  return (classBits[classBlocks[c / classBlockSize] + c % classBlockSize] & classes) != 0;
 }
 
 // The blanks and line ends of vqnlsisspace.

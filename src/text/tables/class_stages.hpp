@@ -1,6 +1,6 @@
-// Character classes by table: classBlocks names the block of a code point, classBits holds a word for each
-// code point of each different block, with the bits of classBit. Nothing at or above classTableEnd is in a
-// class.
+// Character classes by table: classBlocks says where the block of a code point begins in classBits, which
+// holds a word for each code point of each different block, with the bits of classBit. Nothing at or above
+// classTableEnd is in a class.
 #pragma once
 
 #include <cstdint>
@@ -25,7 +25,7 @@ constexpr uint32_t space = 1 << 9;
 
 // The general category of each ASCII character, as the one bit of a class mask.
 extern const uint32_t asciiClassMasks[128];
-extern const uint8_t classBlocks[classTableEnd / classBlockSize];
+extern const uint16_t classBlocks[classTableEnd / classBlockSize];
 extern const uint16_t classBits[];
 
 }  // namespace vq::text
