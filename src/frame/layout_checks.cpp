@@ -4,6 +4,7 @@
 #include "vqstring/compare.h"
 #include "vqstring/host.h"
 #include "vqstring/instance.h"
+#include "vqstring/instances.h"
 #include "vqstring/service.h"
 #include "vqstring/strings.h"
 
@@ -55,6 +56,10 @@ VQ_AT(VQArray, count, 11);
 VQ_AT(VQBooleanInstance, value, 10);
 VQ_AT(VQDoubleInstance, value, 10);
 VQ_AT(VQCalendarDateInstance, month, 10);
+VQ_AT(VQRegex, engine, 10);
+VQ_AT(VQRegex, callerValue, 12);
+VQ_AT(VQRegex, subjectCopy, 14);
+VQ_WORDS(VQRegexMatch, 2);
 VQ_AT(VQTimeInstance, zoneOffset, 13);
 VQ_AT(VQTimeInstance, hasZoneOffset, 14);
 VQ_AT(VQDateTimeInstance, hasZoneOffset, 12);

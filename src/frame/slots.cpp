@@ -30,10 +30,31 @@ void fillSlots(VQStringService* service) {
   VQ_SLOT(vqU8StringWithBytes);
 
   // Strings: editing.
+  VQ_SLOT(vqStringConcatText);
+  VQ_SLOT(vqStringConcat);
+  VQ_SLOT(vqStringCopyText);
+  VQ_SLOT(vqStringCopy);
+  VQ_SLOT(vqStringInsertText);
+  VQ_SLOT(vqStringTrimWhitespace);
+  VQ_SLOT(vqStringSubstring);
+  VQ_SLOT(vqNTextEqual);
+  VQ_SLOT(vqNTextConcat);
+  VQ_SLOT(vqNTextIndex);
+  VQ_SLOT(vqNStringConcatText);
+  VQ_SLOT(vqNStringConcat);
+  VQ_SLOT(vqNStringCopyText);
+  VQ_SLOT(vqNStringCopy);
+  VQ_SLOT(vqU8StringCopyText);
+  VQ_SLOT(vqU8StringConcatText);
+  VQ_SLOT(vqU8StringTrimWhitespace);
+  VQ_SLOT(vqU8StringInsertVQText);
+  VQ_SLOT(vqU8StringInsertU8);
 
   // Strings: formats and status texts.
 
   // Strings: replacement.
+  VQ_SLOT(vqStringReplaceSubstring);
+  VQ_SLOT(vqStringReplaceSubstringVQText);
 
   // Comparison and search.
   VQ_SLOT(vqStringEqual);
@@ -58,14 +79,32 @@ void fillSlots(VQStringService* service) {
   VQ_SLOT(vqU8StringTokenizeStart);
 
   // Conversion.
+  VQ_SLOT(vqStringEncode);
+  VQ_SLOT(vqStringDecode);
+  VQ_SLOT(vqStringGetU8Bytes);
+  VQ_SLOT(vqStringGetU8String);
+  VQ_SLOT(vqU8StringFromVQText);
+  VQ_SLOT(vqU8StringGetVQText);
 
   // Escaped forms.
 
   // Named values.
 
   // Regular expressions.
+  VQ_SLOT(vqStringInstanceCreateRegex);
+  VQ_SLOT(vqStringInstanceFindNext);
+  VQ_SLOT(vqStringInstanceMatch);
+  VQ_SLOT(vqStringInstanceMatchVQText);
+  VQ_SLOT(vqStringInstanceMatchU8);
+  VQ_SLOT(vqStringInstanceContains);
+  VQ_SLOT(vqStringInstanceContainsVQText);
+  VQ_SLOT(vqStringInstanceContainsU8);
 
   // Equality and validation.
+  VQ_SLOT(vqStringInstanceEqual);
+  VQ_SLOT(vqStringInstanceEqualU8);
+  VQ_SLOT(vqStringInstanceEqualVQText);
+  VQ_SLOT(vqStringSetValidateOpt);
 
   // Rendering.
 }

@@ -49,20 +49,19 @@ struct Decoded {
   size_t consumed;
 };
 
-// Trusting: looks at the first byte and the length alone.
+// Trusting: looks at the first byte and the length alone; any byte continues a sequence with its low 6 bits.
 inline Decoded decodeUtf8(const uint8_t* source, size_t byteCount) {
-  // The bits that a first byte contributes, by sequence length.
-  constexpr uint8_t utf8_mask[] = {0, 0x7F, 0x1F, 0x0F, 0x07, 0x03, 0x01};
   const uint8_t first = source[0];
   if (first < 0x80) return {0, first, 1};
-  const size_t length = utf8::_utf8_len[first];
   if (!utf8::isValidFirst(first)) {
     return {VQSTATUS_BAD_SEQUENCE, replacement, utf8::carefulStep(source, byteCount > 0 ? byteCount : 1)};
   }
+  const size_t length = utf8::announcedLength(first);
   if (byteCount < length) return {VQSTATUS_SHORT_SEQUENCE, replacement, byteCount};
-  VQChar c = first & utf8_mask[length];
-  for (size_t i = 1; i < length; ++i) c = c << 6 | (source[i] & 0x3F);
-  return {0, c, length};
+  const auto low6 = [source](size_t index) { return static_cast<VQChar>(source[index] & 0x3F); };
+  if (length == 2) return {0, (first & 0x1Fu) << 6 | low6(1), 2};
+  if (length == 3) return {0, (first & 0x0Fu) << 12 | low6(1) << 6 | low6(2), 3};
+  return {0, (first & 0x07u) << 18 | low6(1) << 12 | low6(2) << 6 | low6(3), 4};
 }
 
 template <Order order>
