@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/kernel.hpp"
+#include "host/regex_pattern.hpp"
 
 namespace vq::host {
 
@@ -11,6 +12,7 @@ struct IcuAccess : VQIcu {
   static IcuAccess& of(VQIcu* icu) { return *static_cast<IcuAccess*>(icu); }
 
   Kernel& kernel;
+  PatternCache patterns;
 };
 
 }  // namespace vq::host

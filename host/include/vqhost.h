@@ -131,6 +131,22 @@ VQ_API const VQHostEncoding* vqhostEncodingByNumber(uint32_t number);
  * unknown. */
 VQ_API const VQHostEncoding* vqhostFindEncoding(const char* name);
 
+/* ---- ICU ---- */
+
+/* Regular expressions follow ICU's syntax; blanks in a pattern are literal. A subject that is ill-formed gives
+ * VQSTATUS_BAD_SEQUENCE or VQSTATUS_SHORT_SEQUENCE from the first search, whether or not it could match; one of
+ * more than 2^31 - 1 bytes gives VQHOST_STATUS_TEXT_TOO_LONG. */
+
+/* Normalisation forms: the mode word of icuNormalize. Its options word is not looked at. A target without room
+ * gives VQSTATUS_RETRY_LARGER and the length needed; nothing is terminated. */
+#define VQHOST_NFC 0u
+#define VQHOST_NFD 1u
+#define VQHOST_NFKC 2u
+#define VQHOST_NFKD 3u
+
+/* icuNormCompare orders by code points of the canonical forms; this bit of its options folds case first. */
+#define VQHOST_COMPARE_IGNORE_CASE 1u
+
 /* ---- instances ---- */
 
 /* Each maker stores a new instance of one reference, in `pool` or (null) in a pool of the kernel's own; it is

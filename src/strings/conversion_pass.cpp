@@ -84,11 +84,6 @@ uint64_t wideBlockElements(uint64_t measuredBytes) {
   return measuredBytes == UINT64_MAX ? UINT64_MAX : measuredBytes + 1;
 }
 
-// The measured size stands for the size with its terminator; a text that measures 0 still gets room for one.
-uint64_t u8BlockElements(uint64_t measuredBytes) {
-  return measuredBytes == 0 ? 1 : capacityFor(measuredBytes - 1);
-}
-
 uint64_t narrowBlockElements(uint64_t measuredBytes) {
   return measuredBytes == UINT64_MAX ? UINT64_MAX : measuredBytes + 1;
 }
@@ -118,9 +113,9 @@ PassedText<char> passToU8(const VQStringService* service, VQPool* pool, const vo
   const bool canPass =
       encoding == ENC_WIDE ? service->wideToUtf8 != nullptr : canConvert(service, encoding, ENC_UTF8);
   if (!canPass) return unchanged<char>(text, byteCount);
-  PassedText<char> result = run<char>({service, pool, encoding, text, byteCount, ENC_UTF8, u8BlockElements,
-                                       encoding == ENC_WIDE ? service->wideToUtf8 : nullptr, makeTranscoder,
-                                       VQSTATUS_NOT_AVAILABLE});
+  PassedText<char> result = run<char>(
+      {service, pool, encoding, text, byteCount, ENC_UTF8, capacityForTerminated,
+       encoding == ENC_WIDE ? service->wideToUtf8 : nullptr, makeTranscoder, VQSTATUS_NOT_AVAILABLE});
   if (result.status == 0) result.block.get()[result.elementCount] = 0;
   return result;
 }

@@ -11,6 +11,7 @@
 
 #include <cstdint>
 
+#include "vqstring/instances.h"
 #include "vqstring/strings.h"
 #include "vqstring/text.h"
 
@@ -29,7 +30,7 @@ struct WideKind {
   static constexpr uint32_t encoding = ENC_WIDE;
   static constexpr auto destroy = vqStringDestroy;
   static constexpr auto clone = vqStringClone;
-  static constexpr decltype(VQInstance::instanceValidate) validate = nullptr;
+  static constexpr decltype(VQInstance::instanceValidate) validate = vqStringValidate;
   static constexpr decltype(&vqStringClone) borrowedClone = nullptr;
   static constexpr Growth growth = Growth::reallocated;
   static uint64_t measure(const VQChar* text) { return static_cast<uint64_t>(mhStrTLen(text)); }
@@ -43,7 +44,7 @@ struct U8Kind {
   static constexpr uint32_t encoding = ENC_UTF8;
   static constexpr auto destroy = vqU8StringDestroy;
   static constexpr auto clone = vqU8StringClone;
-  static constexpr decltype(VQInstance::instanceValidate) validate = nullptr;
+  static constexpr decltype(VQInstance::instanceValidate) validate = vqStringValidate;
   static constexpr auto borrowedClone = vqU8StringClone;
   static constexpr Growth growth = Growth::copied;
   static uint64_t measure(const char* text) { return static_cast<uint64_t>(mhStrLen(text)); }
