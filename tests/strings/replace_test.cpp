@@ -194,6 +194,30 @@ TEST_F(Replace, ReferencesAndOwnText) {
   vqStringDestroy(string);
 }
 
+TEST_F(Replace, Utf8Replacements) {
+  VQString* needle = make(U"-", 0);
+  VQU8String *good = U8::create(service(), pool(), "\u00e9\u20ac", -1, 1),
+             *broken = U8::create(service(), pool(), "a\xff", 2, 1);
+  int64_t offset = 5;
+  const VQStatus last = forEveryFault(
+      [&] {
+        VQString* string = make(U"a-b-", 0);
+        if (string == nullptr) return VQSTATUS_NO_MEMORY;
+        EXPECT_EQ(vqStringReplaceSubstring(string, needle, &broken->header, 1, &offset) == 0, false);
+        EXPECT_EQ(offset, 5);
+        EXPECT_EQ(textOf<Wide>(string), U"a-b-");
+        const VQStatus status = vqStringReplaceSubstring(string, needle, &good->header, 1, nullptr);
+        EXPECT_EQ(textOf<Wide>(string), status == 0 ? U"a\u00e9\u20acb\u00e9\u20ac" : U"a-b-");
+        vqStringDestroy(string);
+        return status;
+      },
+      [](VQStatus, const Fault&) {});
+  EXPECT_EQ(last, 0u);
+  vqStringDestroy(needle);
+  vqU8StringDestroy(good);
+  vqU8StringDestroy(broken);
+}
+
 // A borrowed text is edited within its length: in place when it does not grow.
 TEST_F(Replace, BorrowedTexts) {
   const std::u32string old = U"-aa-aa";
