@@ -59,8 +59,8 @@ VQStatus readMilliseconds(VQLocale* self, Locale::DateForm form, uint32_t option
   if (!formatter) return VQHOST_STATUS_ICU;
   icu::ParsePosition position;
   const UDate moment = formatter->format->parse(wide, position);
-  const bool isWhole = position.getErrorIndex() < 0 && position.getIndex() != 0 &&
-                       position.getIndex() == wide.length();
+  const bool isWhole =
+      position.getErrorIndex() < 0 && position.getIndex() != 0 && position.getIndex() == wide.length();
   if (!isWhole || !std::isfinite(moment)) return VQHOST_STATUS_LOCALE_TEXT;
   *milliseconds = moment;
   return 0;
@@ -113,8 +113,7 @@ VQStatus toDatetime(VQLocale* self, const char* text, int64_t byteCount, uint32_
                     double* value) noexcept {
   return guarded([&] {
     double milliseconds = 0;
-    const VQStatus status =
-        readMilliseconds(self, Locale::dateTime, options, text, byteCount, &milliseconds);
+    const VQStatus status = readMilliseconds(self, Locale::dateTime, options, text, byteCount, &milliseconds);
     if (status == 0) *value = milliseconds / millisecondsPerSecond + secondsFrom1960To1970;
     return status;
   });

@@ -86,7 +86,8 @@ VQStatus formatDouble(VQLocale* self, uint64_t width, uint64_t digits, uint64_t 
                       int64_t capacity, int64_t* length, double value) {
   Locale& locale = Locale::of(self);
   const bool isShortest = (options & VQHOST_NUMBER_SHORTEST) != 0;
-  const int64_t digitCount = isShortest ? -1 : static_cast<int64_t>(std::min<uint64_t>(digits, Locale::allDigits));
+  const int64_t digitCount =
+      isShortest ? -1 : static_cast<int64_t>(std::min<uint64_t>(digits, Locale::allDigits));
   Locale::NumberForm form = formOf(options);
   const bool mayShorten = isShortest && width != 0 && form != Locale::scientific;
   if (mayShorten && isBeyond(value, width)) form = Locale::scientific;
