@@ -1,5 +1,6 @@
 // The operations of the two tokenisers: which matcher with which ending.
 #include "compare/delimiters.hpp"
+#include "compare/single_delimiter.hpp"
 #include "compare/tokens.hpp"
 
 namespace tokens = vq::tokens;
@@ -9,6 +10,10 @@ namespace {
 // A count of 0 or below matches nothing.
 uint64_t orNone(int64_t count) {
   return count > 0 ? static_cast<uint64_t>(count) : 0;
+}
+
+bool isAsciiByte(const char* delimiters, uint64_t byteCount) {
+  return byteCount == 1 && static_cast<signed char>(delimiters[0]) >= 0;
 }
 
 }  // namespace
@@ -29,6 +34,7 @@ VQString* vqStringTokenize(VQTokenizer* tokenizer, const VQString* delimiterStri
 
 VQString* vqStringTokenizeText(VQTokenizer* tokenizer, const VQChar* delimiters, int64_t count,
                                VQString* token) {
+  if (count == 1) return tokens::nextBySingle<tokens::wideSet>(tokenizer, delimiters[0], token);
   return tokens::nextToken<tokens::wideSet>(tokenizer, tokens::WideSet{delimiters, orNone(count)}, token);
 }
 
@@ -38,6 +44,7 @@ VQString* vqStringTokenizeLong(VQTokenizer* tokenizer, const VQString* delimiter
 
 VQString* vqStringTokenizeLongText(VQTokenizer* tokenizer, const VQChar* delimiters, int64_t count,
                                    VQString* token) {
+  if (count == 1) return tokens::nextBySingle<tokens::wideSequence>(tokenizer, delimiters[0], token);
   return tokens::nextToken<tokens::wideSequence>(tokenizer, tokens::WideSequence{delimiters, orNone(count)},
                                                  token);
 }
@@ -58,11 +65,17 @@ void vqU8StringTokenizeStart(VQU8String* u8string, VQU8Tokenizer* tokenizer) {
 
 VQU8String* vqU8StringTokenizeU8(VQU8Tokenizer* tokenizer, const char* delimiters, uint64_t byteCount,
                                  VQU8String* token) {
+  if (isAsciiByte(delimiters, byteCount)) {
+    return tokens::nextBySingle<tokens::u8Set>(tokenizer, delimiters[0], token);
+  }
   return tokens::nextToken<tokens::u8Set>(tokenizer, tokens::U8Set{delimiters, byteCount}, token);
 }
 
 VQU8String* vqU8StringTokenizeLongU8(VQU8Tokenizer* tokenizer, const char* delimiters, uint64_t byteCount,
                                      VQU8String* token) {
+  if (isAsciiByte(delimiters, byteCount)) {
+    return tokens::nextBySingle<tokens::u8Sequence>(tokenizer, delimiters[0], token);
+  }
   return tokens::nextToken<tokens::u8Sequence>(tokenizer, tokens::U8Sequence{delimiters, byteCount}, token);
 }
 

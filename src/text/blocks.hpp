@@ -15,6 +15,8 @@
 namespace vq::text {
 
 inline constexpr uint64_t blockBytes = 32;
+inline constexpr uint64_t pairBytes = 2 * blockBytes;
+inline constexpr uint64_t stepBytes = 4 * blockBytes;
 
 VQ_INLINE_AVX2 __m256i loadBlock(const void* from) {
   return _mm256_loadu_si256(static_cast<const __m256i*>(from));

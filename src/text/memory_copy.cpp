@@ -13,8 +13,6 @@ namespace vq::text {
 
 namespace {
 
-constexpr uint64_t stepBytes = 4 * blockBytes;
-
 void copyUpPlain(const uint8_t* source, uint8_t* target, uint64_t count) {
   for (uint64_t i = 0; i < count; ++i) target[i] = source[i];
 }
@@ -51,7 +49,7 @@ VQ_INLINE_AVX2 void copyStep(const uint8_t* source, uint8_t* target) {
 }
 
 // A block to four of them.
-VQ_TARGET_AVX2 void copyMedium(const uint8_t* source, uint8_t* target, uint64_t count) {
+VQ_INLINE_AVX2 void copyMedium(const uint8_t* source, uint8_t* target, uint64_t count) {
   if (count <= 2 * blockBytes) return copyEnds<__m256i>(source, target, count);
   const __m256i a = loadBlock(source), b = loadBlock(source + blockBytes);
   const __m256i c = loadBlock(source + count - 2 * blockBytes), d = loadBlock(source + count - blockBytes);
@@ -62,7 +60,7 @@ VQ_TARGET_AVX2 void copyMedium(const uint8_t* source, uint8_t* target, uint64_t 
 }
 
 // More than a step, where the target does not begin inside the source above its start.
-VQ_TARGET_AVX2 void copyUp(const uint8_t* source, uint8_t* target, uint64_t count) {
+VQ_INLINE_AVX2 void copyUp(const uint8_t* source, uint8_t* target, uint64_t count) {
   const uint64_t end = count - stepBytes;
   const __m256i head = loadBlock(source);
   const __m256i a = loadBlock(source + end), b = loadBlock(source + end + blockBytes);
@@ -76,7 +74,7 @@ VQ_TARGET_AVX2 void copyUp(const uint8_t* source, uint8_t* target, uint64_t coun
 }
 
 // More than a step, where the target begins inside the source above its start, or nowhere near it.
-VQ_TARGET_AVX2 void copyDown(const uint8_t* source, uint8_t* target, uint64_t count) {
+VQ_INLINE_AVX2 void copyDown(const uint8_t* source, uint8_t* target, uint64_t count) {
   const __m256i tail = loadBlock(source + count - blockBytes);
   const __m256i a = loadBlock(source), b = loadBlock(source + blockBytes);
   const __m256i c = loadBlock(source + 2 * blockBytes), d = loadBlock(source + 3 * blockBytes);
@@ -110,9 +108,34 @@ VQ_TARGET_AVX2 void smearByBlocks(const uint8_t* source, uint8_t* target, uint64
   copyUpPlain(source + i, target + i, count - i);
 }
 
-__attribute__((always_inline)) inline bool beginsInside(const uint8_t* source, const uint8_t* target,
-                                                        uint64_t count) {
+// Whether a forward copy would read what it has written, or nothing moves at all.
+inline bool beginsInside(const uint8_t* source, const uint8_t* target, uint64_t count) {
   return reinterpret_cast<uintptr_t>(target) - reinterpret_cast<uintptr_t>(source) < count;
+}
+
+VQ_TARGET_AVX2 void* copyByBlocks(const uint8_t* source, uint8_t* target, uint64_t count) {
+  if (beginsInside(source, target, count)) [[unlikely]] {
+    if (source != target) smearByBlocks(source, target, count);
+  } else if (count <= blockBytes) {
+    copyShort(source, target, count);
+  } else if (count <= stepBytes) {
+    copyMedium(source, target, count);
+  } else {
+    copyUp(source, target, count);
+  }
+  return target;
+}
+
+VQ_TARGET_AVX2 void copySafelyByBlocks(const uint8_t* source, uint8_t* target, uint64_t count) {
+  if (count <= blockBytes) {
+    copyShort(source, target, count);
+  } else if (count <= stepBytes) {
+    copyMedium(source, target, count);
+  } else if (beginsInside(source, target, count)) {
+    copyDown(source, target, count);
+  } else {
+    copyUp(source, target, count);
+  }
 }
 
 }  // namespace
@@ -124,33 +147,16 @@ using namespace vq::text;
 void* mhMemCpy(const void* source, void* target, uint64_t count) {
   const auto* const from = static_cast<const uint8_t*>(source);
   auto* const to = static_cast<uint8_t*>(target);
-  if (!vq::cpu::hasAvx2()) {
-    copyUpPlain(from, to, count);
-  } else if (beginsInside(from, to, count)) {
-    if (from != to) smearByBlocks(from, to, count);
-  } else if (count <= blockBytes) {
-    copyShort(from, to, count);
-  } else if (count <= stepBytes) {
-    copyMedium(from, to, count);
-  } else {
-    copyUp(from, to, count);
-  }
+  if (vq::cpu::hasAvx2()) return copyByBlocks(from, to, count);
+  copyUpPlain(from, to, count);
   return target;
 }
 
 void mhMemSCpy(const void* source, void* target, uint64_t count) {
   const auto* const from = static_cast<const uint8_t*>(source);
   auto* const to = static_cast<uint8_t*>(target);
-  const bool isDown = beginsInside(from, to, count);
-  if (!vq::cpu::hasAvx2()) {
-    (isDown ? copyDownPlain : copyUpPlain)(from, to, count);
-  } else if (count <= blockBytes) {
-    copyShort(from, to, count);
-  } else if (count <= stepBytes) {
-    copyMedium(from, to, count);
-  } else {
-    (isDown ? copyDown : copyUp)(from, to, count);
-  }
+  if (vq::cpu::hasAvx2()) return copySafelyByBlocks(from, to, count);
+  (beginsInside(from, to, count) ? copyDownPlain : copyUpPlain)(from, to, count);
 }
 
 void* mhMemDup(const void* source, uint64_t count, VQPool* pool) {

@@ -11,13 +11,14 @@ void fillPlain(Element* target, Element value, uint64_t count) {
   for (uint64_t i = 0; i < count; ++i) target[i] = value;
 }
 
-// Fills at least a block with a pattern that repeats by elements. Stores that overlap at both ends must keep
+// Fills more than a block with a pattern that repeats by elements. Stores that overlap at both ends must keep
 // its phase: wide elements lie on whole elements from the start, so distances are rounded to them.
 template <class Element>
-VQ_TARGET_AVX2 void fillLong(uint8_t* target, Element value, uint64_t byteCount) {
+VQ_INLINE_AVX2 void fillLong(uint8_t* target, Element value, uint64_t byteCount) {
   const __m256i values = splat(value);
   storeBlock(target, values);
   uint8_t* const last = target + byteCount - blockBytes;
+  if (byteCount <= pairBytes) return storeBlock(last, values);
   uint8_t* at = target + bytesToBoundary(target) / sizeof(Element) * sizeof(Element);
   for (; at + 4 * blockBytes <= last; at += 4 * blockBytes) {
     storeBlock(at, values);
@@ -29,21 +30,31 @@ VQ_TARGET_AVX2 void fillLong(uint8_t* target, Element value, uint64_t byteCount)
   storeBlock(last, values);
 }
 
+template <class Word>
+VQ_INLINE_AVX2 void storeEnds(uint8_t* target, Word word, uint64_t byteCount) {
+  __builtin_memcpy(target, &word, sizeof(Word));
+  __builtin_memcpy(target + byteCount - sizeof(Word), &word, sizeof(Word));
+}
+
 template <class Element>
-__attribute__((always_inline)) inline void fill(Element* target, Element value, uint64_t count) {
+VQ_TARGET_AVX2 void fillByBlocks(Element* target, Element value, uint64_t count) {
   auto* const bytes = reinterpret_cast<uint8_t*>(target);
   const uint64_t byteCount = count * sizeof(Element);
-  if (byteCount < 8 || !cpu::hasAvx2()) return fillPlain(target, value, count);
-  if (byteCount >= blockBytes) return fillLong(bytes, value, byteCount);
-  const __m128i values = sizeof(Element) == 1 ? _mm_set1_epi8(static_cast<char>(value))
-                                              : _mm_set1_epi32(static_cast<int>(value));
-  if (byteCount >= 16) {
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(bytes), values);
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(bytes + byteCount - 16), values);
-  } else {
-    _mm_storel_epi64(reinterpret_cast<__m128i*>(bytes), values);
-    _mm_storel_epi64(reinterpret_cast<__m128i*>(bytes + byteCount - 8), values);
+  const __m128i values = _mm256_castsi256_si128(splat(value));
+  if (byteCount > blockBytes) return fillLong(bytes, value, byteCount);
+  if (byteCount >= 16) return storeEnds(bytes, values, byteCount);
+  if (byteCount >= 8) return storeEnds(bytes, _mm_cvtsi128_si64(values), byteCount);
+  if (byteCount >= 4) return storeEnds(bytes, _mm_cvtsi128_si32(values), byteCount);
+  if constexpr (sizeof(Element) == 1) {
+    if (byteCount >= 2) return storeEnds(bytes, static_cast<int16_t>(_mm_cvtsi128_si32(values)), byteCount);
+    if (byteCount == 1) *target = value;
   }
+}
+
+template <class Element>
+inline void fill(Element* target, Element value, uint64_t count) {
+  if (!cpu::hasAvx2()) return fillPlain(target, value, count);
+  fillByBlocks(target, value, count);
 }
 
 }  // namespace
