@@ -131,6 +131,48 @@ VQ_API const VQHostEncoding* vqhostEncodingByNumber(uint32_t number);
  * unknown. */
 VQ_API const VQHostEncoding* vqhostFindEncoding(const char* name);
 
+/* ---- conversion ---- */
+
+/* nlsCanConvert answers 1 for every pair of two different encodings and 0 for equal ones, whose texts pass as
+ * they stand. No conversion replaces anything: what is ill-formed, or has no place in the target, gives
+ * VQSTATUS_BAD_SEQUENCE, and a source that ends inside a character VQSTATUS_SHORT_SEQUENCE.
+ *
+ * A converter does the same for a source that comes piece by piece, tells where the trouble is, and can go on
+ * behind it. Equal encodings are allowed and check the text. One thread at a time uses it. */
+typedef struct VQHostConverter VQHostConverter;
+
+/* What one push did. */
+typedef struct VQHostProgress {
+  /* Bytes taken from the piece and bytes written to the target, on every status. */
+  uint64_t consumed;
+  uint64_t written;
+  /* With VQSTATUS_BAD_SEQUENCE and VQSTATUS_SHORT_SEQUENCE: where the sequence stands, in bytes from the start
+   * of the whole source, and its length, in which a shift sequence behind it may be counted. */
+  uint64_t offset;
+  uint64_t length;
+} VQHostProgress;
+
+/* VQHOST_STATUS_NO_ENCODING when a number is not given out. */
+VQ_API VQStatus vqhostConverterOpen(VQKernel* kernel, uint32_t sourceEncoding, uint32_t targetEncoding,
+                                    VQHostConverter** converter);
+/* Null does nothing. */
+VQ_API void vqhostConverterClose(VQHostConverter* converter);
+/* Converts a piece of the source; `isFinal` not 0 says that the source ends behind it, and a last piece may be
+ * empty. A character cut by the end of another piece is kept and goes on with the next.
+ *   0                        the whole piece is taken in
+ *   VQSTATUS_TARGET_FULL     push the rest of the piece again with more room
+ *   VQSTATUS_BAD_SEQUENCE, VQSTATUS_SHORT_SEQUENCE
+ *                            what stands before the sequence is written; pushing the rest of the piece goes on
+ *                            behind it */
+VQ_API VQStatus vqhostConverterPush(VQHostConverter* converter, const void* source, uint64_t sourceBytes,
+                                    uint8_t isFinal, void* target, uint64_t targetBytes,
+                                    VQHostProgress* progress);
+/* What vqhostConverterReplace may write. */
+#define VQHOST_REPLACEMENT_ROOM 16u
+/* Writes U+FFFD in the target's encoding, or a question mark where it has none, in place of the sequence that
+ * the last push reported; answers the bytes written, 0 when there is less than VQHOST_REPLACEMENT_ROOM. */
+VQ_API uint64_t vqhostConverterReplace(VQHostConverter* converter, void* target, uint64_t targetBytes);
+
 /* ---- ICU ---- */
 
 /* Regular expressions follow ICU's syntax; blanks in a pattern are literal. A subject that is ill-formed gives
