@@ -4,6 +4,7 @@
 #include "vqstring/compare.h"
 #include "vqstring/host.h"
 #include "vqstring/instance.h"
+#include "vqstring/instances.h"
 #include "vqstring/service.h"
 #include "vqstring/strings.h"
 
@@ -55,6 +56,10 @@ VQ_AT(VQArray, count, 11);
 VQ_AT(VQBooleanInstance, value, 10);
 VQ_AT(VQDoubleInstance, value, 10);
 VQ_AT(VQCalendarDateInstance, month, 10);
+VQ_AT(VQRegex, engine, 10);
+VQ_AT(VQRegex, callerValue, 12);
+VQ_AT(VQRegex, subjectCopy, 14);
+VQ_WORDS(VQRegexMatch, 2);
 VQ_AT(VQTimeInstance, zoneOffset, 13);
 VQ_AT(VQTimeInstance, hasZoneOffset, 14);
 VQ_AT(VQDateTimeInstance, hasZoneOffset, 12);
@@ -70,6 +75,16 @@ constexpr bool isStringRecord() {
          offsetof(Record, capacity) == 16 * word;
 }
 static_assert(isStringRecord<VQString>() && isStringRecord<VQU8String>() && isStringRecord<VQNarrowString>());
+
+VQ_WORDS(VQTokenizer, 7);
+VQ_AT(VQTokenizer, position, 1);
+VQ_AT(VQTokenizer, tokenizeText, 3);
+VQ_AT(VQTokenizer, tokenizeLongText, 5);
+VQ_AT(VQTokenizer, tokenizeList, 6);
+VQ_WORDS(VQU8Tokenizer, 5);
+VQ_AT(VQU8Tokenizer, position, 1);
+VQ_AT(VQU8Tokenizer, tokenizeLongU8, 3);
+VQ_AT(VQU8Tokenizer, tokenizeList, 4);
 
 // The anchors of the service record: a slot that moves takes one of them along.
 VQ_WORDS(VQStringService, 109);

@@ -30,10 +30,37 @@ void fillSlots(VQStringService* service) {
   VQ_SLOT(vqU8StringWithBytes);
 
   // Strings: editing.
+  VQ_SLOT(vqStringConcatText);
+  VQ_SLOT(vqStringConcat);
+  VQ_SLOT(vqStringCopyText);
+  VQ_SLOT(vqStringCopy);
+  VQ_SLOT(vqStringInsertText);
+  VQ_SLOT(vqStringTrimWhitespace);
+  VQ_SLOT(vqStringSubstring);
+  VQ_SLOT(vqNTextEqual);
+  VQ_SLOT(vqNTextConcat);
+  VQ_SLOT(vqNTextIndex);
+  VQ_SLOT(vqNStringConcatText);
+  VQ_SLOT(vqNStringConcat);
+  VQ_SLOT(vqNStringCopyText);
+  VQ_SLOT(vqNStringCopy);
+  VQ_SLOT(vqU8StringCopyText);
+  VQ_SLOT(vqU8StringConcatText);
+  VQ_SLOT(vqU8StringTrimWhitespace);
+  VQ_SLOT(vqU8StringInsertVQText);
+  VQ_SLOT(vqU8StringInsertU8);
 
   // Strings: formats and status texts.
+  VQ_SLOT(vqStringConcatFormat);
+  VQ_SLOT(vqU8StringConcatFormat);
+  VQ_SLOT(vqStringConcatStatus);
+  VQ_SLOT(vqU8StringConcatStatus);
+  VQ_SLOT(vqStringWithFormat);
+  VQ_SLOT(vqStringWithStatus);
 
   // Strings: replacement.
+  VQ_SLOT(vqStringReplaceSubstring);
+  VQ_SLOT(vqStringReplaceSubstringVQText);
 
   // Comparison and search.
   VQ_SLOT(vqStringEqual);
@@ -54,18 +81,54 @@ void fillSlots(VQStringService* service) {
   VQ_SLOT(vqU8StringEqualText);
 
   // Tokens.
+  VQ_SLOT(vqStringTokenizeStart);
+  VQ_SLOT(vqU8StringTokenizeStart);
 
   // Conversion.
+  VQ_SLOT(vqStringEncode);
+  VQ_SLOT(vqStringDecode);
+  VQ_SLOT(vqStringGetU8Bytes);
+  VQ_SLOT(vqStringGetU8String);
+  VQ_SLOT(vqU8StringFromVQText);
+  VQ_SLOT(vqU8StringGetVQText);
 
   // Escaped forms.
+  VQ_SLOT(vqStringURLDecode);
+  VQ_SLOT(vqStringURLEncode);
+  VQ_SLOT(vqU8StringURLEncode);
+  VQ_SLOT(vqStringDecodeBase64);
+  VQ_SLOT(vqU8StringDecodeBase64);
+  VQ_SLOT(vqStringEncodeBase64);
+  VQ_SLOT(vqU8StringEncodeBase64);
+  VQ_SLOT(vqStringDecodeBase64URL);
+  VQ_SLOT(vqU8StringDecodeBase64URL);
+  VQ_SLOT(vqStringEncodeBase64URL);
+  VQ_SLOT(vqU8StringEncodeBase64URL);
 
   // Named values.
+  VQ_SLOT(vqStringGetVQName);
+  VQ_SLOT(vqU8StringGetVQName);
 
   // Regular expressions.
+  VQ_SLOT(vqStringInstanceCreateRegex);
+  VQ_SLOT(vqStringInstanceFindNext);
+  VQ_SLOT(vqStringInstanceMatch);
+  VQ_SLOT(vqStringInstanceMatchVQText);
+  VQ_SLOT(vqStringInstanceMatchU8);
+  VQ_SLOT(vqStringInstanceContains);
+  VQ_SLOT(vqStringInstanceContainsVQText);
+  VQ_SLOT(vqStringInstanceContainsU8);
 
   // Equality and validation.
+  VQ_SLOT(vqStringInstanceEqual);
+  VQ_SLOT(vqStringInstanceEqualU8);
+  VQ_SLOT(vqStringInstanceEqualVQText);
+  VQ_SLOT(vqStringSetValidateOpt);
 
   // Rendering.
+  VQ_SLOT(vqInstanceToString);
+  VQ_SLOT(vqInstanceLocaleToString);
+  VQ_SLOT(vqInstanceIsoToString);
 }
 
 }  // namespace vq

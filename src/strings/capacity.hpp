@@ -24,4 +24,10 @@ constexpr uint64_t capacityFor(uint64_t length) {
   return capacity;
 }
 
+// The rule for a measured size that stands for the text with its terminator. The storage takes a terminator
+// behind all of the measured size, also when that is 0.
+constexpr uint64_t capacityForTerminated(uint64_t size) {
+  return size == 0 ? 1 : capacityFor(size - 1);
+}
+
 }  // namespace vq

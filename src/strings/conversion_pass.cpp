@@ -3,7 +3,6 @@
 
 #include "strings/capacity.hpp"
 #include "strings/kinds.hpp"
-#include "vqstring/service.h"
 
 namespace vq {
 
@@ -72,10 +71,6 @@ PassedText<Element> run(const Pass<Element>& pass) {
   return result;
 }
 
-bool canConvert(const VQStringService* service, uint32_t source, uint32_t target) {
-  return service->nls->nlsCanConvert(service->nls, source, target, 0) == 1;
-}
-
 VQTranscoder* makeDecoder(VQNls* nls, uint32_t source, uint32_t) {
   return nls->nlsCreateDecoder(nls, source, 0, 0);
 }
@@ -89,11 +84,6 @@ uint64_t wideBlockElements(uint64_t measuredBytes) {
   return measuredBytes == UINT64_MAX ? UINT64_MAX : measuredBytes + 1;
 }
 
-// The measured size stands for the size with its terminator; a text that measures 0 still gets room for one.
-uint64_t u8BlockElements(uint64_t measuredBytes) {
-  return measuredBytes == 0 ? 1 : capacityFor(measuredBytes - 1);
-}
-
 uint64_t narrowBlockElements(uint64_t measuredBytes) {
   return measuredBytes == UINT64_MAX ? UINT64_MAX : measuredBytes + 1;
 }
@@ -105,6 +95,11 @@ PassedText<VQChar> passToWide(const VQStringService* service, VQPool* pool, cons
   uint64_t byteCount = 0;
   if (!textByteCount(text, length, encoding, &byteCount)) return failed<VQChar>(VQSTATUS_NO_MEMORY);
   if (!canConvert(service, encoding, ENC_WIDE)) return unchanged<VQChar>(text, byteCount);
+  return convertToWide(service, pool, text, byteCount, encoding);
+}
+
+PassedText<VQChar> convertToWide(const VQStringService* service, VQPool* pool, const void* text,
+                                 uint64_t byteCount, uint32_t encoding) {
   return run<VQChar>({service, pool, encoding, text, byteCount, ENC_WIDE, wideBlockElements,
                       encoding == ENC_UTF8 ? service->utf8ToWide : nullptr, makeDecoder,
                       VQSTATUS_NO_CONVERTER});
@@ -118,9 +113,9 @@ PassedText<char> passToU8(const VQStringService* service, VQPool* pool, const vo
   const bool canPass =
       encoding == ENC_WIDE ? service->wideToUtf8 != nullptr : canConvert(service, encoding, ENC_UTF8);
   if (!canPass) return unchanged<char>(text, byteCount);
-  PassedText<char> result = run<char>({service, pool, encoding, text, byteCount, ENC_UTF8, u8BlockElements,
-                                       encoding == ENC_WIDE ? service->wideToUtf8 : nullptr, makeTranscoder,
-                                       VQSTATUS_NOT_AVAILABLE});
+  PassedText<char> result = run<char>(
+      {service, pool, encoding, text, byteCount, ENC_UTF8, capacityForTerminated,
+       encoding == ENC_WIDE ? service->wideToUtf8 : nullptr, makeTranscoder, VQSTATUS_NOT_AVAILABLE});
   if (result.status == 0) result.block.get()[result.elementCount] = 0;
   return result;
 }

@@ -7,7 +7,7 @@
 #pragma once
 
 #include "frame/scopes.hpp"
-#include "vqstring/strings.h"
+#include "vqstring/service.h"
 
 namespace vq {
 
@@ -25,12 +25,21 @@ struct PassedText {
   bool isConverted() const { return static_cast<bool>(block); }
 };
 
+// Whether the host converts this pair at all; it is asked for equal encodings too.
+inline bool canConvert(const VQStringService* service, uint32_t sourceEncoding, uint32_t targetEncoding) {
+  return service->nls->nlsCanConvert(service->nls, sourceEncoding, targetEncoding, 0) == 1;
+}
+
 // Into wide text, for the edits and comparisons of wide strings: temporaries come from `pool`. The host is
 // asked for every encoding, wide text included. `text` and `length` are a text argument; -1 measures.
 //
 // Failures: the host's status, VQSTATUS_NO_MEMORY, VQSTATUS_NO_CONVERTER.
 PassedText<VQChar> passToWide(const VQStringService* service, VQPool* pool, const void* text, int64_t length,
                               uint32_t encoding);
+
+// The part of passToWide behind the host's yes.
+PassedText<VQChar> convertToWide(const VQStringService* service, VQPool* pool, const void* text,
+                                 uint64_t byteCount, uint32_t encoding);
 
 // Into UTF-8, likewise. An empty text needs no conversion; for wide text the service's shared transcoder
 // decides in the place of the host's answer. The block's capacity follows the capacity rule, and a zero byte

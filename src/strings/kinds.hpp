@@ -5,15 +5,22 @@
 //   destroy, clone            the kind's own header operations
 //   validate                  null: the default of the instance extension
 //   borrowedClone             what a borrowing string gets as its clone operation; null: the default
+//   growth                    how an append gets more room for a text that has a block of its own
 //   measure                   elements in front of the zero element
 #pragma once
 
 #include <cstdint>
 
+#include "vqstring/instances.h"
 #include "vqstring/strings.h"
 #include "vqstring/text.h"
 
 namespace vq {
+
+enum class Growth : uint8_t {
+  reallocated,  // poolRealloc moves the old text
+  copied,       // a fresh block; the old one goes when the new text is complete
+};
 
 struct WideKind {
   using Record = VQString;
@@ -23,8 +30,9 @@ struct WideKind {
   static constexpr uint32_t encoding = ENC_WIDE;
   static constexpr auto destroy = vqStringDestroy;
   static constexpr auto clone = vqStringClone;
-  static constexpr decltype(VQInstance::instanceValidate) validate = nullptr;
+  static constexpr decltype(VQInstance::instanceValidate) validate = vqStringValidate;
   static constexpr decltype(&vqStringClone) borrowedClone = nullptr;
+  static constexpr Growth growth = Growth::reallocated;
   static uint64_t measure(const VQChar* text) { return static_cast<uint64_t>(mhStrTLen(text)); }
 };
 
@@ -36,8 +44,9 @@ struct U8Kind {
   static constexpr uint32_t encoding = ENC_UTF8;
   static constexpr auto destroy = vqU8StringDestroy;
   static constexpr auto clone = vqU8StringClone;
-  static constexpr decltype(VQInstance::instanceValidate) validate = nullptr;
+  static constexpr decltype(VQInstance::instanceValidate) validate = vqStringValidate;
   static constexpr auto borrowedClone = vqU8StringClone;
+  static constexpr Growth growth = Growth::copied;
   static uint64_t measure(const char* text) { return static_cast<uint64_t>(mhStrLen(text)); }
 };
 
@@ -51,6 +60,7 @@ struct NarrowKind {
   static constexpr auto clone = vqNarrowStringClone;
   static constexpr decltype(VQInstance::instanceValidate) validate = nullptr;
   static constexpr auto borrowedClone = vqNarrowStringClone;
+  static constexpr Growth growth = Growth::reallocated;
   static uint64_t measure(const char* text) { return static_cast<uint64_t>(mhStrLen(text)); }
 };
 

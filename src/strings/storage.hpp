@@ -9,10 +9,10 @@
 #pragma once
 
 #include <cassert>
-#include <cstring>
 
 #include "frame/scopes.hpp"
 #include "strings/capacity.hpp"
+#include "strings/elements.hpp"
 #include "strings/kinds.hpp"
 #include "vqstring/service.h"
 
@@ -27,16 +27,6 @@ using ElementOf = typename Kind::Element;
 template <class Kind>
 ElementOf<Kind>* behindRecord(RecordOf<Kind>* record) {
   return reinterpret_cast<ElementOf<Kind>*>(record + 1);
-}
-
-template <class Element>
-void copyElements(Element* target, const Element* source, uint64_t count) {
-  if (count != 0) std::memcpy(target, source, count * sizeof(Element));
-}
-
-template <class Element>
-void moveElements(Element* target, const Element* source, uint64_t count) {
-  if (count != 0) std::memmove(target, source, count * sizeof(Element));
 }
 
 // Exactly one form holds. For assertions.

@@ -1,0 +1,321 @@
+// Comparing UTF-8 by bytes and without regard to case, and asking about one character.
+//
+// The case-blind walks stay on bytes as long as they can: blocks that agree are skipped, ASCII folds by rule,
+// and only characters that differ are decoded and folded by the host, which is asked once for each character
+// of a call where it can be remembered.
+#include <algorithm>
+#include <cstring>
+
+#include "frame/handle.hpp"
+#include "text/case_map.hpp"
+#include "text/scan.hpp"
+#include "utf/utf8_alike.hpp"
+#include "utf/utf_steps.hpp"
+#include "vqstring/host.h"
+#include "vqstring/utf.h"
+
+namespace {
+
+using vq::utf::Decoded;
+using vq::utf::decodeUtf8;
+using namespace vq::utf8;
+
+const uint8_t* bytesOf(const char* text) {
+  return reinterpret_cast<const uint8_t*>(text);
+}
+
+// The host's lower case, or the library's own where there is no host to ask.
+struct HostFold {
+  VQNls* nls = Exported_VQHandle == nullptr ? nullptr : Exported_VQHandle->kernelNls;
+
+  VQChar operator()(VQChar c) const {
+    return nls == nullptr ? vq::text::lowerByTable(c) : nls->nlsToLower(nls, c, 1);
+  }
+};
+
+// As vqzstlo lowers one element: below 0x80 by the table, whatever the host says. Beyond 0xFFFF the two
+// agree.
+struct ElementFold {
+  HostFold host;
+
+  VQChar operator()(VQChar c) const { return c < 0x80 ? vq::text::lowerByTable(c) : host(c); }
+};
+
+// A fold with what it answered in this call. Characters of one script seldom share a place.
+template <class Fold>
+class Remembered {
+ public:
+  VQChar operator()(VQChar c) {
+    const size_t place = c % placeCount;
+    Answer& answer = answers_[place];
+    const uint64_t bit = uint64_t{1} << place % 64;
+    if ((filled_[place / 64] & bit) != 0 && answer.character == c) return answer.folded;
+    filled_[place / 64] |= bit;
+    answer = {c, fold_(c)};
+    return answer.folded;
+  }
+
+ private:
+  static constexpr size_t placeCount = 256;
+  struct Answer {
+    VQChar character;
+    VQChar folded;
+  };
+  Fold fold_;
+  // Says which answers hold something, so that short calls need not clear them.
+  uint64_t filled_[placeCount / 64] = {};
+  Answer answers_[placeCount];
+};
+
+// Two texts walked side by side, each with its own place.
+struct Pair {
+  const uint8_t* first;
+  const uint8_t* second;
+  size_t firstLeft;
+  size_t secondLeft;
+
+  void advance(size_t inFirst, size_t inSecond) {
+    first += inFirst;
+    firstLeft -= inFirst;
+    second += inSecond;
+    secondLeft -= inSecond;
+  }
+};
+
+// The bytes of the character at both places when they are the same, or 0. A character that the end of both
+// texts cuts off alike is the same.
+inline size_t sameCharacter(const Pair& at) {
+  const size_t length = blindStep(at.first, at.firstLeft);
+  if (at.first[0] < 0x80) return at.first[0] == at.second[0] ? 1 : 0;
+  if (length != blindStep(at.second, at.secondLeft)) return 0;
+  for (size_t i = 0; i < length; ++i) {
+    if (at.first[i] != at.second[i]) return 0;
+  }
+  return length;
+}
+
+// The last place, no further than `limit`, where a character begins whatever stands in front of it: no byte
+// of the five before announces a length that reaches over it. 0 when none is near.
+size_t boundaryBefore(const uint8_t* text, size_t limit) {
+  constexpr size_t longestReach = 5;
+  constexpr size_t near = 16;
+  const auto isBoundary = [text](size_t place) {
+    for (size_t back = 1; back <= longestReach && back <= place; ++back) {
+      if (announcedLength(text[place - back]) > back) return false;
+    }
+    return true;
+  };
+  for (size_t place = limit; place > 0 && limit - place < near; --place) {
+    if (isBoundary(place)) return place;
+  }
+  return 0;
+}
+
+// Skips by blocks where that pays: after a skip that brought little, a stretch is walked character by
+// character before the next is tried.
+class BlockSkips {
+ public:
+  bool isDue(size_t span) const { return span >= blockBytes && stretch_ == 0; }
+  void countStep() {
+    if (stretch_ > 0) --stretch_;
+  }
+  void report(size_t skipped) {
+    if (skipped < blockBytes) stretch_ = stretchLength;
+  }
+
+ private:
+  static constexpr size_t blockBytes = 32;
+  static constexpr size_t stretchLength = 64;
+  size_t stretch_ = 0;
+};
+
+}  // namespace
+
+int32_t vqzsu8Compare(const char* first, uint64_t firstBytes, const char* second, uint64_t secondBytes) {
+  const uint64_t shared = std::min(firstBytes, secondBytes);
+  const int order = shared == 0 ? 0 : std::memcmp(first, second, shared);
+  if (order != 0) return order < 0 ? -1 : 1;
+  return firstBytes == secondBytes ? 0 : firstBytes < secondBytes ? -1 : 1;
+}
+
+int32_t vqzsu8CompareText(const char* first, uint64_t firstBytes, const char* second, uint64_t secondBytes,
+                          uint32_t) {
+  return vqzsu8Compare(first, firstBytes, second, secondBytes);
+}
+
+namespace {
+
+// The walk of the case-blind comparison: `tie` is what decides when nothing but case differs.
+class NormWalk {
+ public:
+  NormWalk(const char* first, uint64_t firstBytes, const char* second, uint64_t secondBytes)
+      : at_{bytesOf(first), bytesOf(second), firstBytes, secondBytes},
+        span_(std::min(firstBytes, secondBytes)) {}
+
+  int32_t run() {
+    BlockSkips skips;
+    while (span_ > 0 && at_.secondLeft > 0) {
+      if (const size_t reach = std::min(span_, at_.secondLeft); skips.isDue(reach)) {
+        const size_t skipped = skipBlocks(reach);
+        skips.report(skipped);
+        if (skipped > 0) continue;
+      }
+      skips.countStep();
+      if (const int32_t order = step(); order != 0) return order;
+    }
+    return compareTails();
+  }
+
+ private:
+  // `span_` is what is left of the lesser length, measured on the first text.
+  void advance(size_t inFirst, size_t inSecond) {
+    at_.advance(inFirst, inSecond);
+    span_ -= std::min(span_, inFirst);
+  }
+
+  void setTie(bool isFirstSmaller) {
+    if (tie_ == 0) tie_ = isFirstSmaller ? -1 : 1;
+  }
+
+  size_t skipBlocks(size_t reach) {
+    const size_t ascii = asciiFoldedPrefix(at_.first, at_.second, reach);
+    if (tie_ == 0) {
+      const size_t exact = vq::text::firstDifference(at_.first, at_.second, ascii);
+      if (exact < ascii) setTie(at_.first[exact] < at_.second[exact]);
+    }
+    advance(ascii, ascii);
+    reach -= ascii;
+    const size_t same = vq::text::firstDifference(at_.first, at_.second, reach);
+    const size_t whole = boundaryBefore(at_.first, same);
+    advance(whole, whole);
+    return ascii + whole;
+  }
+
+  // One character of each text; the result when it is decided.
+  int32_t step() {
+    const uint8_t a = at_.first[0];
+    const uint8_t b = at_.second[0];
+    if (const size_t same = sameCharacter(at_); same > 0) {
+      advance(same, same);
+      return 0;
+    }
+    if ((a | b) < 0x80) {
+      const uint8_t foldedA = foldAscii(a);
+      const uint8_t foldedB = foldAscii(b);
+      if (foldedA != foldedB) return foldedA < foldedB ? -2 : 2;
+      setTie(a < b);
+      advance(1, 1);
+      return 0;
+    }
+    const Decoded c = decodeUtf8(at_.first, at_.firstLeft);
+    const Decoded d = decodeUtf8(at_.second, at_.secondLeft);
+    setTie(c.codePoint < d.codePoint);
+    const auto foldedC = static_cast<int32_t>(fold_(c.codePoint));
+    const auto foldedD = static_cast<int32_t>(fold_(d.codePoint));
+    if (foldedC != foldedD) return foldedC < foldedD ? -2 : 2;
+    advance(c.consumed, d.consumed);
+    return 0;
+  }
+
+  // The text with less left counts as filled with blanks.
+  int32_t compareTails() const {
+    const auto isBlank = [](const uint8_t* tail, size_t byteCount) {
+      return vq::text::firstOther(tail, byteCount, 0x20) == byteCount;
+    };
+    if (at_.firstLeft < at_.secondLeft) {
+      return isBlank(at_.second, at_.secondLeft - at_.firstLeft) ? tie_ : -2;
+    }
+    if (at_.secondLeft < at_.firstLeft) {
+      return isBlank(at_.first, at_.firstLeft - at_.secondLeft) ? tie_ : 2;
+    }
+    return tie_;
+  }
+
+  Pair at_;
+  size_t span_;
+  int32_t tie_ = 0;
+  Remembered<HostFold> fold_;
+};
+
+struct FoldedCharacter {
+  VQChar folded;
+  size_t byteCount;
+};
+
+template <class Fold>
+inline FoldedCharacter foldCharacter(const uint8_t* at, size_t left, Fold& fold) {
+  if (at[0] < 0x80) return {foldAscii(at[0]), 1};
+  const Decoded decoded = decodeUtf8(at, left);
+  return {fold(decoded.codePoint), decoded.consumed};
+}
+
+}  // namespace
+
+int32_t vqzsu8NormCompare(const char* first, uint64_t firstBytes, const char* second, uint64_t secondBytes) {
+  return NormWalk(first, firstBytes, second, secondBytes).run();
+}
+
+int32_t vqzsu8NormCompareText(const char* first, uint64_t firstBytes, const char* second,
+                              uint64_t secondBytes, uint32_t) {
+  return vqzsu8NormCompare(first, firstBytes, second, secondBytes);
+}
+
+uint32_t vqzsu8NormEqual(const char* first, uint64_t firstBytes, const char* second, uint64_t secondBytes) {
+  Pair at{bytesOf(first), bytesOf(second), firstBytes, secondBytes};
+  Remembered<ElementFold> fold;
+  BlockSkips skips;
+  while (at.firstLeft > 0 && at.secondLeft > 0) {
+    if (const size_t reach = std::min(at.firstLeft, at.secondLeft); skips.isDue(reach)) {
+      const size_t ascii = asciiFoldedPrefix(at.first, at.second, reach);
+      at.advance(ascii, ascii);
+      const size_t same = vq::text::firstDifference(at.first, at.second, reach - ascii);
+      const size_t whole = boundaryBefore(at.first, same);
+      at.advance(whole, whole);
+      skips.report(ascii + whole);
+      if (ascii + whole > 0) continue;
+    }
+    skips.countStep();
+    if (const size_t same = sameCharacter(at); same > 0) {
+      at.advance(same, same);
+      continue;
+    }
+    const FoldedCharacter c = foldCharacter(at.first, at.firstLeft, fold);
+    const FoldedCharacter d = foldCharacter(at.second, at.secondLeft, fold);
+    if (c.folded != d.folded) return 0;
+    at.advance(c.byteCount, d.byteCount);
+  }
+  return at.firstLeft == at.secondLeft;
+}
+
+uint32_t vqzsu8NormEqualText(const char* first, uint64_t firstBytes, const char* second, uint64_t secondBytes,
+                             uint32_t) {
+  return vqzsu8NormEqual(first, firstBytes, second, secondBytes);
+}
+
+uint32_t vqzsu8NormASCIIEqual(const char* first, uint64_t firstBytes, const char* second,
+                              uint64_t secondBytes) {
+  return firstBytes == secondBytes && foldedPrefix(bytesOf(first), bytesOf(second), firstBytes) == firstBytes;
+}
+
+namespace {
+
+VQChar characterAt(const char* character) {
+  const uint8_t* bytes = bytesOf(character);
+  return decodeUtf8(bytes, announcedLength(bytes[0])).codePoint;
+}
+
+}  // namespace
+
+uint32_t _VQZSU8IsFunct(const char* character, uint32_t (*predicate)(VQChar)) {
+  return predicate(characterAt(character));
+}
+
+uint32_t vqzsu8IsCombining(const char* character) {
+  constexpr VQChar zeroWidthNonJoiner = 0x200C;
+  constexpr VQChar zeroWidthJoiner = 0x200D;
+  constexpr uint32_t marks = 0x38;  // Mn, Mc, Me
+  const VQChar c = characterAt(character);
+  if (c == zeroWidthNonJoiner || c == zeroWidthJoiner) return 1;
+  VQNls* nls = Exported_VQHandle->kernelNls;
+  return nls == nullptr ? 0 : nls->nlsClassify(nls, c, marks);
+}
