@@ -13,11 +13,11 @@ namespace vq::text {
 
 namespace {
 
-void copyUpPlain(const uint8_t* source, uint8_t* target, uint64_t count) {
+VQ_PLAIN_LOOP void copyUpPlain(const uint8_t* source, uint8_t* target, uint64_t count) {
   for (uint64_t i = 0; i < count; ++i) target[i] = source[i];
 }
 
-void copyDownPlain(const uint8_t* source, uint8_t* target, uint64_t count) {
+VQ_PLAIN_LOOP void copyDownPlain(const uint8_t* source, uint8_t* target, uint64_t count) {
   for (uint64_t i = count; i != 0; --i) target[i - 1] = source[i - 1];
 }
 

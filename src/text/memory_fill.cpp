@@ -7,7 +7,7 @@ namespace vq::text {
 namespace {
 
 template <class Element>
-void fillPlain(Element* target, Element value, uint64_t count) {
+VQ_PLAIN_LOOP void fillPlain(Element* target, Element value, uint64_t count) {
   for (uint64_t i = 0; i < count; ++i) target[i] = value;
 }
 

@@ -13,7 +13,7 @@ namespace {
 constexpr uintptr_t pageBytes = 4096;
 
 template <class Element>
-int64_t lengthPlain(const Element* text) {
+VQ_PLAIN_LOOP int64_t lengthPlain(const Element* text) {
   int64_t length = 0;
   while (text[length] != 0) ++length;
   return length;
