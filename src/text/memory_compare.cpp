@@ -56,15 +56,16 @@ VQ_INLINE_AVX2 uint64_t differenceLong(const uint8_t* first, const uint8_t* seco
   }
   uint64_t i = differenceInStep(first, second);
   if (i != stepBytes) return i;
-  // On from a boundary of one of the two.
+  // On from a boundary of one of the two, up to a last step that ends with the runs.
   i = stepBytes - blockBytes + bytesToBoundary(first);
-  for (; i + stepBytes < byteCount; i += stepBytes) {
-    const uint64_t place = differenceInStep(first + i, second + i);
+  const uint8_t* const end = first + byteCount - stepBytes;
+  const uint8_t* b = second + i;
+  for (const uint8_t* a = first + i; a < end; a += stepBytes, b += stepBytes) {
+    const uint64_t place = differenceInStep(a, b);
     if (place != stepBytes) [[unlikely]]
-      return i + place;
+      return static_cast<uint64_t>(a - first) + place;
   }
-  i = byteCount - stepBytes;
-  return i + differenceInStep(first + i, second + i);
+  return byteCount - stepBytes + differenceInStep(end, second + byteCount - stepBytes);
 }
 
 template <class Element>

@@ -73,7 +73,7 @@ VQ_INLINE_AVX2 void copyUp(const uint8_t* source, uint8_t* target, uint64_t coun
   storeBlock(target, head);
 }
 
-// More than a step, where the target begins inside the source above its start, or nowhere near it.
+// More than a step, where the source does not begin inside the target above its start.
 VQ_INLINE_AVX2 void copyDown(const uint8_t* source, uint8_t* target, uint64_t count) {
   const __m256i tail = loadBlock(source + count - blockBytes);
   const __m256i a = loadBlock(source), b = loadBlock(source + blockBytes);
@@ -108,9 +108,17 @@ VQ_TARGET_AVX2 void smearByBlocks(const uint8_t* source, uint8_t* target, uint64
   copyUpPlain(source + i, target + i, count - i);
 }
 
-// Whether a forward copy would read what it has written, or nothing moves at all.
+// Whether an upward copy would read what it has written, or nothing moves at all.
 inline bool beginsInside(const uint8_t* source, const uint8_t* target, uint64_t count) {
   return reinterpret_cast<uintptr_t>(target) - reinterpret_cast<uintptr_t>(source) < count;
+}
+
+// Whether two places that do not overlap make an upward copy stumble: a store just ahead of the next loads,
+// but for whole pages, makes them wait for it.
+inline bool isBetterDown(const uint8_t* source, const uint8_t* target, uint64_t count) {
+  constexpr uintptr_t pageBytes = 4096;
+  const uintptr_t above = reinterpret_cast<uintptr_t>(target) - reinterpret_cast<uintptr_t>(source);
+  return above % pageBytes < 2 * stepBytes && -above >= count;
 }
 
 VQ_TARGET_AVX2 void* copyByBlocks(const uint8_t* source, uint8_t* target, uint64_t count) {
@@ -120,6 +128,8 @@ VQ_TARGET_AVX2 void* copyByBlocks(const uint8_t* source, uint8_t* target, uint64
     copyShort(source, target, count);
   } else if (count <= stepBytes) {
     copyMedium(source, target, count);
+  } else if (isBetterDown(source, target, count)) {
+    copyDown(source, target, count);
   } else {
     copyUp(source, target, count);
   }
@@ -131,7 +141,7 @@ VQ_TARGET_AVX2 void copySafelyByBlocks(const uint8_t* source, uint8_t* target, u
     copyShort(source, target, count);
   } else if (count <= stepBytes) {
     copyMedium(source, target, count);
-  } else if (beginsInside(source, target, count)) {
+  } else if (beginsInside(source, target, count) || isBetterDown(source, target, count)) {
     copyDown(source, target, count);
   } else {
     copyUp(source, target, count);

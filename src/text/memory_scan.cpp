@@ -71,15 +71,16 @@ VQ_INLINE_AVX2 uint64_t scanLong(const uint8_t* bytes, uint64_t byteCount, Eleme
   }
   uint64_t i = placeInStep<wanted, Element>(bytes, values);
   if (i != stepBytes) return i;
-  // On from a boundary; a buffer off its natural alignment keeps to whole elements.
+  // On from a boundary, up to a last step that ends with the run; a buffer off its natural alignment keeps to
+  // whole elements.
   i = stepBytes - blockBytes + bytesToBoundary(bytes) / sizeof(Element) * sizeof(Element);
-  for (; i + stepBytes < byteCount; i += stepBytes) {
-    const uint64_t place = placeInStep<wanted, Element>(bytes + i, values);
+  const uint8_t* const end = bytes + byteCount - stepBytes;
+  for (const uint8_t* at = bytes + i; at < end; at += stepBytes) {
+    const uint64_t place = placeInStep<wanted, Element>(at, values);
     if (place != stepBytes) [[unlikely]]
-      return i + place;
+      return static_cast<uint64_t>(at - bytes) + place;
   }
-  i = byteCount - stepBytes;
-  return i + placeInStep<wanted, Element>(bytes + i, values);
+  return byteCount - stepBytes + placeInStep<wanted, Element>(end, values);
 }
 
 template <Wanted wanted, class Element>
