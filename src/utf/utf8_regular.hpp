@@ -18,7 +18,8 @@ struct Regular {
 };
 
 // The regular text that begins at the character boundary text[at] and ends on a whole character, as far as
-// whole blocks reach it: nothing at all for short texts and on processors without vector code.
+// whole blocks reach it. Nothing at all for short texts, on processors without vector code, and where fewer
+// than three bytes stand in front: a block looks back at them.
 Regular regularPrefix(const uint8_t* text, size_t at, size_t byteCount);
 
 }  // namespace vq::utf8
