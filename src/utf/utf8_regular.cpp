@@ -104,7 +104,68 @@ VQ_TARGET_AVX2 Regular regularPrefixAvx2(const uint8_t* text, size_t byteCount) 
   return regular;
 }
 
+template <class Matches>
+VQ_TARGET_AVX2 inline bool anyByte(const uint8_t* at, size_t blocks, Matches matches) {
+  __m256i found = _mm256_setzero_si256();
+  for (; blocks > 0; --blocks, at += 32) found = _mm256_or_si256(found, matches(at));
+  return !_mm256_testz_si256(found, found);
+}
+
+struct IsZero {
+  VQ_TARGET_AVX2 __m256i operator()(const uint8_t* at) const {
+    return _mm256_cmpeq_epi8(loadBytes(at), _mm256_setzero_si256());
+  }
+};
+struct IsOverlongTwo {
+  VQ_TARGET_AVX2 __m256i operator()(const uint8_t* at) const {
+    return _mm256_cmpeq_epi8(_mm256_and_si256(loadBytes(at), splat8<0xFE>()), splat8<0xC0>());
+  }
+};
+struct IsInSurrogate {
+  VQ_TARGET_AVX2 __m256i operator()(const uint8_t* at) const {
+    const __m256i here = loadBytes(at);
+    const __m256i isUpper = _mm256_cmpeq_epi8(_mm256_max_epu8(here, splat8<0xA0>()), here);
+    return _mm256_and_si256(_mm256_cmpeq_epi8(loadBytes(at - 1), splat8<0xED>()), isUpper);
+  }
+};
+
+template <Plain plain, size_t blocks>
+VQ_TARGET_AVX2 inline bool isPlain(const uint8_t* at) {
+  if (plain == Plain::toPairsWithoutZero && anyByte(at, blocks, IsZero{})) return false;
+  __m256i all = loadBytes(at);
+  for (size_t i = 1; i < blocks; ++i) all = _mm256_or_si256(all, loadBytes(at + 32 * i));
+  if (_mm256_movemask_epi8(all) == 0) return unfinishedBytes(at) == 0;
+  const __m256i zero = _mm256_setzero_si256();
+  Lanes lanes{zero, zero, zero};
+  for (size_t i = 0; i < blocks; ++i) addBlock(at + 32 * i, lanes);
+  if (!_mm256_testz_si256(lanes.faults, lanes.faults)) return false;
+  if (plain == Plain::fromPairs) {
+    if (reaches(lanes.largest, splat8<0xF5>()) || anyByte(at, blocks, IsOverlongTwo{})) return false;
+  } else if (reaches(lanes.largest, splat8<0xF0>())) {
+    return false;
+  }
+  // 0xED itself may be the last byte of the block before.
+  const bool hasNoSurrogate = !reaches(lanes.largest, splat8<0xED>()) && at[-1] != 0xED;
+  return hasNoSurrogate || !anyByte(at, blocks, IsInSurrogate{});
+}
+
+template <Plain plain>
+VQ_TARGET_AVX2 size_t plainPrefixAvx2(const uint8_t* text, size_t byteCount) {
+  size_t at = 0;
+  if (unfinishedBytes(text) != 0) return 0;
+  while (byteCount - at >= 128 && isPlain<plain, 4>(text + at)) at += 128;
+  while (byteCount - at >= 32 && isPlain<plain, 1>(text + at)) at += 32;
+  return at == 0 ? 0 : at - unfinishedBytes(text + at);
+}
+
 }  // namespace
+
+size_t plainPrefix(const uint8_t* text, size_t at, size_t byteCount, Plain plain) {
+  if (at < lookBack || byteCount - at < 32 || !cpu::hasAvx2()) return 0;
+  if (plain == Plain::toPairs) return plainPrefixAvx2<Plain::toPairs>(text + at, byteCount - at);
+  if (plain == Plain::fromPairs) return plainPrefixAvx2<Plain::fromPairs>(text + at, byteCount - at);
+  return plainPrefixAvx2<Plain::toPairsWithoutZero>(text + at, byteCount - at);
+}
 
 Regular regularPrefix(const uint8_t* text, size_t at, size_t byteCount) {
   if (at < lookBack || byteCount - at < 32 || !cpu::hasAvx2()) return {};
