@@ -131,6 +131,52 @@ VQ_API VQStatus vqStringValidate(VQInstance* string, VQInstance* constraint, uin
  * other bits are ignored. Always 0. */
 VQ_API VQStatus vqStringSetValidateOpt(VQStringService* service, uint32_t options);
 
+/* ---- Rendering ---- */
+
+/* Makes the text of an instance, as a VQString in `pool` (null: the service's), and stores one reference to
+ * it. Rendered are the two string kinds, booleans, the four integers, doubles, calendar dates, times,
+ * date-times and calendar date-times; a null instance stores null.
+ *
+ * Dates and times read as `locale` (null: the host's default one) has them, or in ISO 8601 form when `iso` is
+ * not 0; a double always as the locale has it, trimmed. In ISO form a zone offset is printed beside the
+ * stored value: a time with a colon and minutes (+05:00), a date-time without a colon, and with minutes only
+ * where there are some (+05, +0530).
+ *
+ * `copy` concerns a VQString alone: 1 makes a copy, any other value shares the instance itself.
+ *
+ * VQSTATUS_UNSUPPORTED for any other kind, or a failed format or locale operation's status: `*out` is
+ * untouched, but null for the two date-time kinds. VQSTATUS_NO_MEMORY stores null, and a UTF-8 string that
+ * cannot be converted does too. */
+VQ_API VQStatus instanceToString(VQStringService* service, VQPool* pool, VQLocale* locale, uint8_t iso,
+                                 VQInstance* instance, uint8_t copy, VQString** out);
+
+/* instanceToString by the default locale. */
+VQ_API VQStatus vqInstanceToString(VQStringService* service, VQPool* pool, VQInstance* instance, uint8_t copy,
+                                   VQString** out);
+
+/* instanceToString by the given locale; null is the default one. */
+VQ_API VQStatus vqInstanceLocaleToString(VQStringService* service, VQPool* pool, VQLocale* locale,
+                                         VQInstance* instance, uint8_t copy, VQString** out);
+
+/* instanceToString in ISO 8601 form. */
+VQ_API VQStatus vqInstanceIsoToString(VQStringService* service, VQPool* pool, VQInstance* instance,
+                                      uint8_t copy, VQString** out);
+
+/* ---- Calendar ---- */
+
+/* The days of a year in front of the first of each month, and as the thirteenth its length. */
+VQ_API extern int32_t nonleapDayCount[13];
+VQ_API extern int32_t leapDayCount[13];
+
+/* Takes a date-time value, seconds since 1960-01-01 00:00:00, apart: month 1 to 12, day 1 to 31, year, and
+ * weekday 0 (Sunday) to 6. Any pointer may be null. The calendar is the proleptic Gregorian one, also for
+ * negative values; a value whose year leaves 32 bits gives the last or first date that does not. */
+VQ_API void vqzdmdy(int32_t* month, int32_t* day, int32_t* year, int32_t* weekday, double value);
+
+/* The hour, minute and second of a date-time value, or of a number of seconds; fractions are cut off. Any
+ * pointer may be null. A negative number gives fields with its sign. */
+VQ_API void vqzdhms(int32_t* hour, int32_t* minute, int32_t* second, double value);
+
 VQ_END_DECLS
 
 #endif

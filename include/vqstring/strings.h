@@ -253,6 +253,29 @@ VQ_API void vqNTextConcat(char* target, const char* source);
 /* The offset of the first place where the whole pattern stands, or -1; an empty pattern stands nowhere. */
 VQ_API int64_t vqNTextIndex(const char* text, const char* pattern);
 
+/* ---- Strings from formats and status texts ---- */
+
+/* Makes a string of a text that the kernel formats by a printf-style wide format of `formatLength` elements;
+ * see format.h for contexts and conversions. VQSTATUS_NO_MEMORY or the format engine's status leave `*string`
+ * as it was; it is null when only the string itself found no memory. */
+VQ_API VQStatus vqStringWithFormat(VQStringService* service, VQString** string, VQPool* pool,
+                                   VQFormatContext* context, const VQChar* format, int64_t formatLength, ...);
+
+/* Makes a string of the message of a status code, with the further arguments as its inserts; empty when the
+ * status has no message. Failures as in vqStringWithFormat, and VQSTATUS_NOT_AVAILABLE without a context. */
+VQ_API VQStatus vqStringWithStatus(VQStringService* service, VQString** string, VQPool* pool,
+                                   VQFormatContext* context, VQStatus code, ...);
+
+/* Appends a formatted text, or the message of a status code. A failure leaves the string unchanged. */
+VQ_API VQStatus vqStringConcatFormat(VQString* string, VQFormatContext* context, const VQChar* format,
+                                     int64_t formatLength, ...);
+VQ_API VQStatus vqStringConcatStatus(VQString* string, VQFormatContext* context, VQStatus code, ...);
+
+/* Likewise; the text is formatted as wide text and converted as it is appended. */
+VQ_API VQStatus vqU8StringConcatFormat(VQU8String* string, VQFormatContext* context, const VQChar* format,
+                                       int64_t formatLength, ...);
+VQ_API VQStatus vqU8StringConcatStatus(VQU8String* string, VQFormatContext* context, VQStatus code, ...);
+
 VQ_END_DECLS
 
 #endif

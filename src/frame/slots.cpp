@@ -51,6 +51,12 @@ void fillSlots(VQStringService* service) {
   VQ_SLOT(vqU8StringInsertU8);
 
   // Strings: formats and status texts.
+  VQ_SLOT(vqStringConcatFormat);
+  VQ_SLOT(vqU8StringConcatFormat);
+  VQ_SLOT(vqStringConcatStatus);
+  VQ_SLOT(vqU8StringConcatStatus);
+  VQ_SLOT(vqStringWithFormat);
+  VQ_SLOT(vqStringWithStatus);
 
   // Strings: replacement.
   VQ_SLOT(vqStringReplaceSubstring);
@@ -87,8 +93,21 @@ void fillSlots(VQStringService* service) {
   VQ_SLOT(vqU8StringGetVQText);
 
   // Escaped forms.
+  VQ_SLOT(vqStringURLDecode);
+  VQ_SLOT(vqStringURLEncode);
+  VQ_SLOT(vqU8StringURLEncode);
+  VQ_SLOT(vqStringDecodeBase64);
+  VQ_SLOT(vqU8StringDecodeBase64);
+  VQ_SLOT(vqStringEncodeBase64);
+  VQ_SLOT(vqU8StringEncodeBase64);
+  VQ_SLOT(vqStringDecodeBase64URL);
+  VQ_SLOT(vqU8StringDecodeBase64URL);
+  VQ_SLOT(vqStringEncodeBase64URL);
+  VQ_SLOT(vqU8StringEncodeBase64URL);
 
   // Named values.
+  VQ_SLOT(vqStringGetVQName);
+  VQ_SLOT(vqU8StringGetVQName);
 
   // Regular expressions.
   VQ_SLOT(vqStringInstanceCreateRegex);
@@ -107,6 +126,9 @@ void fillSlots(VQStringService* service) {
   VQ_SLOT(vqStringSetValidateOpt);
 
   // Rendering.
+  VQ_SLOT(vqInstanceToString);
+  VQ_SLOT(vqInstanceLocaleToString);
+  VQ_SLOT(vqInstanceIsoToString);
 }
 
 }  // namespace vq

@@ -284,9 +284,9 @@ TEST_F(ValidationThreads, OneServiceForAll) {
       constraintOf(host(), service(), pool(), {1, 40, {}, {List::array, {U"[a-z]+", U"[0-9]"}}});
   const auto work = [&](bool isWide) {
     for (int i = 0; i < 25; ++i) {
-      const Held good = test::ofKind(isWide, service(), nullptr, U"grün");
-      const Held bad = test::ofKind(isWide, service(), nullptr, U"1 <script>");
-      const Held other = test::ofKind(!isWide, service(), nullptr, U"grün");
+      const Held good = test::ofKind(isWide, service(), service()->pool, U"grün");
+      const Held bad = test::ofKind(isWide, service(), service()->pool, U"1 <script>");
+      const Held other = test::ofKind(!isWide, service(), service()->pool, U"grün");
       EXPECT_EQ(validate(good.get(), constraint.get()), valid);
       EXPECT_EQ(validate(bad.get(), constraint.get()), rejected);
       uint8_t isEqual = 0;

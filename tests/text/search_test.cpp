@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "cpu_levels.hpp"
+#include "support/cpu_levels.hpp"
 #include "support/guarded_buffer.hpp"
 #include "text/two_way.hpp"
 #include "vqstring/text.h"

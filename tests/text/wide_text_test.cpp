@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "cpu_levels.hpp"
+#include "support/cpu_levels.hpp"
 #include "fake_kernel.hpp"
 #include "support/guarded_buffer.hpp"
 #include "text/case_map.hpp"
