@@ -1,9 +1,9 @@
 // Replacing occurrences of a wide needle: one, or all in one pass.
 //
-// What is told of a run over all occurrences is a series of single steps, each of which may grow the string
-// by the capacity rule. Here the same text, offset and capacity come out of one pass, in time linear in the
-// old and the new text. Only where the one large block cannot be had do the steps run singly, so that a
-// growth that fails leaves what the steps before it made.
+// A run over all occurrences stands for a series of single steps, each of which may grow the string by the
+// capacity rule. Here the same text, offset and capacity come out of one pass, in time linear in the old and
+// the new text. Only where the one large block cannot be had do the steps run singly, so that a growth that
+// fails leaves what the steps before it made.
 #include <algorithm>
 
 #include "strings/conversion_pass.hpp"
@@ -114,19 +114,35 @@ VQStatus replaceNext(VQString* string, View needle, View replacement, int64_t* o
 
 // ---- All occurrences. A match never begins inside another, nor inside a replacement. ----
 
-// The next match of a run, by searching for it.
+// The next match of a run, by searching for it. A needle of one element tends to stand close, such as a blank
+// between words, and is then found without a call.
 struct SearchedMatches {
   View needle;
   int64_t next(const VQChar* rest, uint64_t length) const {
-    return text::findFirst(rest, length, needle.text, needle.length);
+    constexpr uint64_t close = 16;
+    uint64_t from = 0;
+    if (needle.length == 1) {
+      for (const uint64_t limit = std::min(length, close); from < limit; ++from) {
+        if (rest[from] == needle.text[0]) return static_cast<int64_t>(from);
+      }
+      if (from == length) return -1;
+    }
+    const int64_t found = text::findFirst(rest + from, length - from, needle.text, needle.length);
+    return found < 0 ? -1 : found + static_cast<int64_t>(from);
   }
 };
 
 // The matches of a run that was walked once before, to count them. The distances between the first ones are
-// kept, so that a text with few matches is searched once.
+// kept, so that a text with few matches is searched once; single elements are merely counted, which is faster
+// than finding them.
 class SurveyedMatches {
  public:
   SurveyedMatches(View needle, const VQChar* rest, uint64_t length) : search_{needle} {
+    if (needle.length == 1) {
+      areRemembered_ = false;
+      count_ = static_cast<uint64_t>(std::count(rest, rest + length, needle.text[0]));
+      return;
+    }
     for (int64_t found; length != 0 && (found = search_.next(rest, length)) >= 0; ++count_) {
       if (count_ < remembered) distances_[count_] = found;
       const uint64_t passed = static_cast<uint64_t>(found) + needle.length;
@@ -138,13 +154,14 @@ class SurveyedMatches {
   int64_t next(const VQChar* rest, uint64_t length) {
     const uint64_t index = taken_++;
     if (index >= count_) return -1;
-    return index < remembered ? distances_[index] : search_.next(rest, length);
+    return areRemembered_ && index < remembered ? distances_[index] : search_.next(rest, length);
   }
 
  private:
   static constexpr uint64_t remembered = 256;
 
   SearchedMatches search_;
+  bool areRemembered_ = true;
   uint64_t count_ = 0, taken_ = 0;
   int64_t distances_[remembered];
 };
