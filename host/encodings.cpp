@@ -126,15 +126,14 @@ constexpr Row rows[] = {
 };
 constexpr size_t rowCount = std::size(rows);
 
-constexpr uint32_t largestNumber = 127;
 static_assert(std::is_sorted(std::begin(rows), std::end(rows),
                              [](const Row& a, const Row& b) { return a.number < b.number; }));
-static_assert(rows[rowCount - 1].number < largestNumber);
+static_assert(rows[rowCount - 1].number < encodingLimit);
 
 struct Records {
   std::array<VQHostEncoding, rowCount> encodings{};
   std::array<VQEncodingInfo, rowCount> infos{};
-  std::array<uint8_t, largestNumber> indexByNumber{};
+  std::array<uint8_t, encodingLimit> indexByNumber{};
   static constexpr uint8_t none = 0xFF;
 
   constexpr Records() {
@@ -179,7 +178,7 @@ const char* canonicalName(const char* name) {
 }  // namespace
 
 const VQHostEncoding* encodingOf(uint32_t encoding) noexcept {
-  if (encoding >= largestNumber) return nullptr;
+  if (encoding >= encodingLimit) return nullptr;
   const uint8_t index = records.indexByNumber[encoding];
   return index == Records::none ? nullptr : &records.encodings[index];
 }

@@ -5,6 +5,9 @@
 
 namespace vq::host {
 
+// All numbers are below.
+inline constexpr uint32_t encodingLimit = 127;
+
 // Null when the number is not given out.
 const VQHostEncoding* encodingOf(uint32_t encoding) noexcept;
 const VQEncodingInfo* encodingInfoOf(uint32_t encoding) noexcept;

@@ -1,6 +1,9 @@
 // The transcoders that the C records stand for.
 #include "host/transcoders.hpp"
 
+#include <new>
+
+#include "host/conversion.hpp"
 #include "host/encodings.hpp"
 #include "utf/transcode.hpp"
 
@@ -32,16 +35,43 @@ void keep(VQTranscoder*) noexcept {}
 constinit VQTranscoder utf8ToWide{keep, convertUtf8ToWide};
 constinit VQTranscoder wideToUtf8{keep, convertWideToUtf8};
 
+// Any other pair. The converters are taken from the thread that converts, so one transcoder serves all
+// threads.
+struct IcuTranscoder : VQTranscoder {
+  IcuTranscoder(Kernel& owner, uint32_t from, uint32_t to)
+      : VQTranscoder{destroy, convert}, kernel(owner), source(from), target(to) {
+    kernel.liveObjects.add(1);
+  }
+  ~IcuTranscoder() { kernel.liveObjects.add(-1); }
+
+  static void destroy(VQTranscoder* transcoder) noexcept { delete static_cast<IcuTranscoder*>(transcoder); }
+  static VQStatus convert(VQTranscoder* transcoder, const void* text, uint64_t byteCount, void* target,
+                          uint64_t targetBytes, uint64_t* converted, uint64_t) noexcept {
+    const auto& self = *static_cast<IcuTranscoder*>(transcoder);
+    Conversion conversion(self.source, self.target);
+    if (!conversion.isReady()) return VQHOST_STATUS_ICU;
+    const Conversion::Outcome outcome = conversion.push(static_cast<const uint8_t*>(text), byteCount, true,
+                                                        static_cast<uint8_t*>(target), targetBytes);
+    *converted = outcome.written;
+    return outcome.status;
+  }
+
+  Kernel& kernel;
+  const uint32_t source;
+  const uint32_t target;
+};
+
 }  // namespace
 
 bool conversionExists(uint32_t source, uint32_t target) noexcept {
   return source != target && encodingInfoOf(source) != nullptr && encodingInfoOf(target) != nullptr;
 }
 
-VQTranscoder* makeTranscoder(Kernel&, uint32_t source, uint32_t target) noexcept {
+VQTranscoder* makeTranscoder(Kernel& kernel, uint32_t source, uint32_t target) noexcept {
   if (source == ENC_UTF8 && target == ENC_WIDE) return &utf8ToWide;
   if (source == ENC_WIDE && target == ENC_UTF8) return &wideToUtf8;
-  return nullptr;
+  return conversionExists(source, target) ? new (std::nothrow) IcuTranscoder(kernel, source, target)
+                                          : nullptr;
 }
 
 VQStatus measureConversion(uint32_t source, const void* text, uint64_t byteCount, uint32_t target,
@@ -54,7 +84,21 @@ VQStatus measureConversion(uint32_t source, const void* text, uint64_t byteCount
     *targetBytes = transcode::utf8LengthOfWide(static_cast<const VQChar*>(text), byteCount / sizeof(VQChar));
     return 0;
   }
-  return VQHOST_STATUS_NO_ENCODING;
+  if (!conversionExists(source, target)) return VQHOST_STATUS_NO_ENCODING;
+  // The only way to measure is to convert; the text goes to a scrap and is forgotten.
+  Conversion conversion(source, target);
+  if (!conversion.isReady()) return VQHOST_STATUS_ICU;
+  const auto* at = static_cast<const uint8_t*>(text);
+  const uint8_t* end = at + byteCount;
+  uint8_t scrap[4096];
+  *targetBytes = 0;
+  for (;;) {
+    const Conversion::Outcome outcome =
+        conversion.push(at, static_cast<size_t>(end - at), true, scrap, sizeof(scrap));
+    at += outcome.consumed;
+    *targetBytes += outcome.written;
+    if (outcome.status != VQSTATUS_TARGET_FULL) return outcome.status;
+  }
 }
 
 }  // namespace vq::host
