@@ -296,14 +296,23 @@ VQStatus holdWide(VQString* string, VQInstance* replacement, Reference<VQString>
   return status;
 }
 
+VQStatus replace(VQString* string, View needle, View replacement, bool all, int64_t* offset) {
+  const StableView sought(string, needle), inserted(string, replacement);
+  if (sought.hasNoMemory() || inserted.hasNoMemory()) return VQSTATUS_NO_MEMORY;
+  int64_t at = !all && offset != nullptr ? *offset : 0;
+  const VQStatus status = all ? replaceAll(string, sought.view(), inserted.view(), &at)
+                              : replaceNext(string, sought.view(), inserted.view(), &at);
+  if (all && status != 0) return status;
+  if (offset != nullptr) *offset = at;
+  return status;
+}
+
 }  // namespace
 
 VQStatus replaceSubstring(VQString* string, const VQString* needle, const VQString* replacement,
                           int64_t* offset) {
-  const StableView sought(string, viewOf(needle));
-  const StableView inserted(string, replacement != nullptr ? viewOf(replacement) : View{nullptr, 0});
-  if (sought.hasNoMemory() || inserted.hasNoMemory()) return VQSTATUS_NO_MEMORY;
-  return replaceNext(string, sought.view(), inserted.view(), offset);
+  const View inserted = replacement != nullptr ? viewOf(replacement) : View{nullptr, 0};
+  return replace(string, viewOf(needle), inserted, false, offset);
 }
 
 VQStatus vqStringReplaceSubstring(VQString* string, const VQString* needle, VQInstance* replacement,
@@ -313,24 +322,16 @@ VQStatus vqStringReplaceSubstring(VQString* string, const VQString* needle, VQIn
   if (string->length == 0 || needle->length == 0) return 0;
   Reference<VQString> wide;
   if (const VQStatus status = holdWide(string, replacement, &wide); status != 0) return status;
-  const StableView sought(string, viewOf(needle)), inserted(string, viewOf(wide.get()));
-  if (sought.hasNoMemory() || inserted.hasNoMemory()) return VQSTATUS_NO_MEMORY;
-  int64_t at = all == 0 && offset != nullptr ? *offset : 0;
-  const VQStatus status = all != 0 ? replaceAll(string, sought.view(), inserted.view(), &at)
-                                   : replaceNext(string, sought.view(), inserted.view(), &at);
-  if (all != 0 && status != 0) return status;
-  if (offset != nullptr) *offset = at;
-  return status;
+  return replace(string, viewOf(needle), viewOf(wide.get()), all != 0, offset);
 }
 
 VQStatus vqStringReplaceSubstringVQText(VQString* string, const VQChar* needle, int64_t needleLength,
                                         const VQChar* replacement, int64_t replacementLength, uint8_t all,
                                         int64_t* offset) {
   if (string == nullptr) return VQSTATUS_BAD_ARGUMENT;
-  if (needle == nullptr || needleLength == 0) return 0;
-  VQString sought, inserted;
-  vqStringInitStatic(string->service, &sought, string->pool, needle, needleLength);
-  vqStringInitStatic(string->service, &inserted, string->pool, replacement,
-                     replacement != nullptr ? replacementLength : 0);
-  return vqStringReplaceSubstring(string, &sought, &inserted.header, all, offset);
+  const View sought = {needle, needle == nullptr ? 0 : resolvedLength<WideKind>(needle, needleLength)};
+  if (string->length == 0 || sought.length == 0) return 0;
+  const View inserted = {
+      replacement, replacement == nullptr ? 0 : resolvedLength<WideKind>(replacement, replacementLength)};
+  return replace(string, sought, inserted, all != 0, offset);
 }
