@@ -75,7 +75,7 @@ void plainIcu(benchmark::State& state, const std::string& text) {
 
 const bool registered = [] {
   for (const size_t byteCount : {30, 200, 4096}) {
-    const std::string suffix = "/" + std::to_string(byteCount) + "B";
+    const std::string suffix = std::string("/").append(std::to_string(byteCount)).append("B");
     benchmark::RegisterBenchmark(("validate/vq" + suffix).c_str(),
                                  [text = value(byteCount)](benchmark::State& state) { ours(state, text); });
     benchmark::RegisterBenchmark(
@@ -83,7 +83,7 @@ const bool registered = [] {
         [text = value(byteCount)](benchmark::State& state) { plainIcu(state, text); });
   }
   for (const std::string_view script : bench::scripts) {
-    const std::string suffix = "/" + std::string(script) + "/4096B";
+    const std::string suffix = std::string("/").append(script).append("/4096B");
     const std::string text = bench::utf8Sample(script, 4096);
     benchmark::RegisterBenchmark(("validate/vq" + suffix).c_str(),
                                  [text](benchmark::State& state) { ours(state, text); });
