@@ -155,7 +155,7 @@ TEST(WideCase, LowerAndUpperWithAndWithoutHost) {
       }
       VQChar untouched = U'A';
       vqzstlo(&untouched, 0);
-      vqzstlo(&untouched, -1);
+      vqzstup(&untouched, -1);
       vqzstmax(&untouched, -1);
       EXPECT_EQ(untouched, U'A');
     }
