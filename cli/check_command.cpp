@@ -4,13 +4,12 @@
 
 #include <cerrno>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <optional>
 
 #include <CLI/CLI.hpp>
 
+#include "choice_option.hpp"
 #include "encoding_option.hpp"
 #include "ordered_work.hpp"
 #include "progress.hpp"
@@ -200,11 +199,8 @@ void addConstraintOptions(CLI::App& command, ConstraintOptions& options) {
   command.add_option("--max-length", options.maxLength, "The greatest length that passes")
       ->type_name("N")
       ->group("What is allowed");
-  const std::map<std::string, Unit> units{{"characters", Unit::Characters}, {"bytes", Unit::Bytes}};
-  command
-      .add_option("--unit", options.unit,
-                  "What lengths count: characters (default), or bytes of the value in UTF-8")
-      ->transform(CLI::CheckedTransformer(units).description("characters|bytes"))
+  addChoice(command, "--unit", options.unit, {{"characters", Unit::Characters}, {"bytes", Unit::Bytes}},
+            "What lengths count: characters (default), or bytes of the value in UTF-8")
       ->group("What is allowed");
   addList("--value", options.values, "A value that passes; may be repeated")->type_name("TEXT");
   addList("--values-from", options.valueFiles, "A file with such values, one a line")->type_name("FILE");
@@ -214,8 +210,9 @@ void addConstraintOptions(CLI::App& command, ConstraintOptions& options) {
   addList("--patterns-from", options.patternFiles, "A file with such patterns, one a line")
       ->type_name("FILE");
   command
-      .add_flag("!--no-builtin", options.hasBuiltin,
-                "Leave out the built-in patterns against script injection")
+      .add_flag_callback(
+          "--no-builtin", [&options] { options.hasBuiltin = false; },
+          "Leave out the built-in patterns against script injection")
       ->group("What is allowed");
 }
 
@@ -241,23 +238,21 @@ void addInputOptions(CLI::App& command, CheckOptions& options) {
 }
 
 void addOutputOptions(CLI::App& command, CheckOptions& options) {
-  const std::map<std::string, Print> prints{{"rejected", Print::Rejected},
-                                            {"accepted", Print::Accepted},
-                                            {"all", Print::All},
-                                            {"none", Print::None}};
-  const std::map<std::string, Format> formats{
-      {"text", Format::Text}, {"tsv", Format::Tsv}, {"json", Format::Json}};
-  command.add_option("--print", options.print, "Which values are listed (default rejected)")
-      ->transform(CLI::CheckedTransformer(prints).description("rejected|accepted|all|none"))
+  addChoice(command, "--print", options.print,
+            {{"rejected", Print::Rejected},
+             {"accepted", Print::Accepted},
+             {"all", Print::All},
+             {"none", Print::None}},
+            "Which values are listed (default rejected)")
       ->group("Output");
-  command.add_option("--format", options.format, "How: lines for people (default), a table, JSON lines")
-      ->transform(CLI::CheckedTransformer(formats).description("text|tsv|json"))
+  addChoice(command, "--format", options.format,
+            {{"text", Format::Text}, {"tsv", Format::Tsv}, {"json", Format::Json}},
+            "How: lines for people (default), a table, JSON lines")
       ->group("Output");
   command.add_option("--summary", options.summaryFile, "Write the counts as JSON; vqs summary adds them up")
       ->type_name("FILE")
       ->group("Output");
-  command.add_flag("--progress,!--no-progress", options.progress, "Show progress; default on a terminal")
-      ->group("Output");
+  addProgressOption(command, options.progress)->group("Output");
   command.add_flag("-q,--quiet", options.isQuiet, "No list and no summary: the exit code says it all")
       ->group("Output");
 }

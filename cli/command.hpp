@@ -46,6 +46,7 @@ struct InputOutputFailure : Failure {
 struct OutputClosed {};
 
 void addCheck(CLI::App& app, Session& session);
+void addConvert(CLI::App& app, Session& session);
 void addEncodings(CLI::App& app, Session& session);
 void addSummaryCommand(CLI::App& app, Session& session);
 

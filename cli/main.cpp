@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr auto families = {vqs::addCheck, vqs::addSummaryCommand, vqs::addEncodings};
+constexpr auto families = {vqs::addCheck, vqs::addConvert, vqs::addSummaryCommand, vqs::addEncodings};
 
 const char* const introduction =
     "Checks, converts and rewrites text by way of the vqstring service.\n"

@@ -1,12 +1,7 @@
 #include "record_source.hpp"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace vqs {
 namespace {
@@ -60,58 +55,37 @@ RecordFormat recordFormat(Session& session, uint32_t encoding, bool isNulSeparat
   return format;
 }
 
+uint64_t countSeparators(std::string_view bytes, const RecordFormat& format) {
+  const size_t width = format.separator.size();
+  if (width == 1) return static_cast<uint64_t>(std::ranges::count(bytes, format.separator[0]));
+  uint64_t count = 0;
+  for (size_t at = 0; at + width <= bytes.size(); at += width)
+    count += std::memcmp(bytes.data() + at, format.separator.data(), width) == 0;
+  return count;
+}
+
 RecordSource::RecordSource(std::vector<std::string> files, RecordFormat format)
     : files_(std::move(files)), format_(std::move(format)) {
   if (files_.empty()) files_.push_back("-");
 }
 
-RecordSource::~RecordSource() {
-  closeFile();
-}
-
-uint64_t RecordSource::bytesTotal() const {
-  uint64_t total = 0;
-  for (const std::string& file : files_) {
-    struct stat info;
-    const bool isKnown = file == "-" ? fstat(0, &info) == 0 : stat(file.c_str(), &info) == 0;
-    if (!isKnown || !S_ISREG(info.st_mode)) return 0;
-    total += static_cast<uint64_t>(info.st_size);
-  }
-  return total;
-}
-
 bool RecordSource::openNext() {
   if (nextFile_ == files_.size()) return false;
-  const std::string& file = files_[nextFile_];
-  descriptor_ = file == "-" ? 0 : ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
-  if (descriptor_ < 0) throw InputOutputFailure(file + ": " + std::strerror(errno));
-  ++nextFile_;
-  struct stat info;
-  isLive_ = fstat(descriptor_, &info) == 0 && !S_ISREG(info.st_mode);
+  file_.emplace(files_[nextFile_++]);
+  isLive_ = file_->isLive();
   line_ = 1;
   offset_ = 0;
   carry_.clear();
   return true;
 }
 
-void RecordSource::closeFile() {
-  if (descriptor_ > 0) ::close(descriptor_);
-  descriptor_ = -1;
-}
-
 // Reads behind `end`: a regular file until `bytes` is full, a live source as much as there is.
 size_t RecordSource::readInto(std::string& bytes, size_t end, bool& isAtEnd) {
   while (end < bytes.size()) {
-    const ssize_t count = ::read(descriptor_, bytes.data() + end, bytes.size() - end);
-    if (count < 0) {
-      if (errno == EINTR) continue;
-      throw InputOutputFailure(files_[nextFile_ - 1] + ": " + std::strerror(errno));
-    }
+    const size_t count = file_->read(bytes.data() + end, bytes.size() - end);
     isAtEnd = count == 0;
-    if (isAtEnd) break;
-    end += static_cast<size_t>(count);
-    bytesRead_ += static_cast<uint64_t>(count);
-    if (isLive_) break;
+    end += count;
+    if (isAtEnd || isLive_) break;
   }
   return end;
 }
@@ -128,18 +102,9 @@ size_t RecordSource::endOfLastRecord(std::string_view bytes, size_t from) const 
   return 0;
 }
 
-uint64_t RecordSource::countSeparators(std::string_view bytes) const {
-  const size_t width = format_.separator.size();
-  if (width == 1) return static_cast<uint64_t>(std::ranges::count(bytes, format_.separator[0]));
-  uint64_t count = 0;
-  for (size_t at = 0; at + width <= bytes.size(); at += width)
-    count += std::memcmp(bytes.data() + at, format_.separator.data(), width) == 0;
-  return count;
-}
-
 bool RecordSource::next(RecordBlock& block) {
   while (true) {
-    if (descriptor_ < 0 && !openNext()) return false;
+    if (!file_ && !openNext()) return false;
     block.fileIndex = nextFile_ - 1;
     block.firstLine = line_;
     const size_t width = format_.separator.size();
@@ -163,10 +128,10 @@ bool RecordSource::next(RecordBlock& block) {
     carry_.assign(block.bytes, recordsEnd, end - recordsEnd);
     block.bytes.resize(recordsEnd);
     block.offset = offset_;
-    line_ += countSeparators(block.bytes);
+    line_ += countSeparators(block.bytes, format_);
     offset_ += recordsEnd;
     const bool isFirst = block.offset == 0;
-    if (isAtEnd) closeFile();
+    if (isAtEnd) file_.reset();
     if (isFirst && !format_.byteOrderMark.empty() && block.bytes.starts_with(format_.byteOrderMark)) {
       block.bytes.erase(0, format_.byteOrderMark.size());
       block.offset = format_.byteOrderMark.size();

@@ -6,12 +6,14 @@
 // alignment. One carriage return before a newline belongs to the line's end.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
-#include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "input_file.hpp"
 #include "session.hpp"
 
 namespace vqs {
@@ -28,6 +30,9 @@ struct RecordFormat {
 
 // The format for an encoding by number; `isNulSeparated` for -0.
 RecordFormat recordFormat(Session& session, uint32_t encoding, bool isNulSeparated);
+
+// `bytes` begin at a multiple of the separator's width in their file.
+uint64_t countSeparators(std::string_view bytes, const RecordFormat& format);
 
 struct Record {
   std::string_view bytes;
@@ -53,7 +58,6 @@ class RecordSource {
 
   // `files` by path, "-" and an empty list standing for standard input. Not found is told by next().
   RecordSource(std::vector<std::string> files, RecordFormat format);
-  ~RecordSource();
 
   // Fills `block` with the next records; false at the end. InputOutputFailure when a file cannot be read.
   // One thread at a time.
@@ -62,28 +66,23 @@ class RecordSource {
   // The name to show.
   const std::string& fileName(size_t index) const { return files_[index]; }
   const RecordFormat& format() const { return format_; }
-  uint64_t bytesRead() const { return bytesRead_; }
-  // Bytes of all files; 0 when not all are regular files.
-  uint64_t bytesTotal() const;
+  uint64_t bytesTotal() const { return bytesOfFiles(files_); }
   // The input comes from a pipe or a terminal, where somebody may be waiting for each answer: blocks then end
   // where the writer paused.
   bool isLive() const { return isLive_; }
 
  private:
   bool openNext();
-  void closeFile();
   size_t readInto(std::string& bytes, size_t end, bool& isAtEnd);
   size_t endOfLastRecord(std::string_view bytes, size_t from) const;
-  uint64_t countSeparators(std::string_view bytes) const;
 
   std::vector<std::string> files_;
   RecordFormat format_;
   size_t nextFile_ = 0;
-  int descriptor_ = -1;
-  bool isLive_ = false;
+  std::optional<InputFile> file_;
+  std::atomic<bool> isLive_ = false;
   uint64_t line_ = 1;
   uint64_t offset_ = 0;
-  uint64_t bytesRead_ = 0;
   // The beginning of a record whose end has not been read.
   std::string carry_;
 };

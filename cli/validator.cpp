@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cstring>
 
-#include "utf8_front.hpp"
-
 namespace vqs {
 namespace {
 
@@ -33,7 +31,8 @@ VQTranscoder* transcoderBetween(Session& session, uint32_t source, uint32_t targ
 
 Validator::Validator(Session& session, VQPool* pool, const ConstraintOptions& options,
                      const VQHostEncoding& encoding)
-    : service_(session.service()),
+    : kernel_(session.kernel()),
+      service_(session.service()),
       pool_(pool),
       encoding_(encoding.number),
       unit_(options.unit),
@@ -90,23 +89,21 @@ std::string_view Validator::textInUtf8(std::string_view bytes) {
   return std::string_view(utf8_).substr(0, byteCount);
 }
 
-// Where the first ill-formed sequence begins. Outside UTF-8 the decoder tells nothing but "bad" or "short"
-// for a whole text; but a text is bad exactly from the byte on that spoils it, so that byte is found by
-// halving, and the sequence begins where the longest good text before it ends.
+// Where the first ill-formed sequence begins, which a converter tells and a transcoder does not.
 uint64_t Validator::faultOf(std::string_view bytes) {
-  if (encoding_ == ENC_UTF8) return utf8FaultAt(bytes);
-  const auto isBad = [&](size_t byteCount) {
-    return decodeWide(bytes.substr(0, byteCount)) == VQSTATUS_BAD_SEQUENCE;
-  };
-  size_t good = 0;
-  size_t bad = bytes.size();
-  while (good + 1 < bad) {
-    const size_t middle = good + (bad - good) / 2;
-    (isBad(middle) ? bad : good) = middle;
+  VQHostConverter* converter = nullptr;
+  if (vqhostConverterOpen(kernel_, encoding_, ENC_UTF8, &converter)) return 0;
+  VQStatus status = VQSTATUS_TARGET_FULL;
+  uint64_t consumed = 0;
+  VQHostProgress progress{};
+  if (utf8_.size() < bytes.size()) utf8_.resize(bytes.size() + 64);
+  while (status == VQSTATUS_TARGET_FULL) {
+    status = vqhostConverterPush(converter, bytes.data() + consumed, bytes.size() - consumed, 1, utf8_.data(),
+                                 utf8_.size(), &progress);
+    consumed += progress.consumed;
   }
-  size_t fault = isBad(bad) ? bad - 1 : bad;
-  while (fault > 0 && decodeWide(bytes.substr(0, fault)) != 0) --fault;
-  return fault;
+  vqhostConverterClose(converter);
+  return progress.offset;
 }
 
 Verdict Validator::judge(VQInstance* string, uint64_t length) {

@@ -51,6 +51,7 @@ class Validator {
   bool isInLists(VQInstance* string);
   void findForbidden(VQInstance* string, Verdict& verdict);
 
+  VQKernel* kernel_;
   VQStringService* service_;
   VQPool* pool_;
   const uint32_t encoding_;

@@ -143,8 +143,9 @@ void Conversion::decodeByIcu(Input& input) {
   begin_ = 0;
   pieceStart_ = position_;
 
-  // ICU's offsets are 32-bit numbers.
-  const size_t byteCount = std::min(input.size(), size_t{1} << 30);
+  // ICU's offsets are 32-bit numbers, and not to be relied on in a piece that begins inside a character: that
+  // one is completed byte by byte.
+  const size_t byteCount = std::min(input.size(), pending != 0 ? size_t{1} : size_t{1} << 30);
   const bool isLast = input.isFinal && byteCount == input.size();
   const auto* piece = reinterpret_cast<const char*>(input.at);
   const char* from = piece;
@@ -152,6 +153,7 @@ void Conversion::decodeByIcu(Input& input) {
   UErrorCode error = U_ZERO_ERROR;
   ucnv_toUnicode(decoder_.get(), &to, units_ + unitCapacity, &from, piece + byteCount, pieceOffsets_ + count_,
                  isLast, &error);
+  if (pending != 0) std::fill(pieceOffsets_ + count_, pieceOffsets_ + (to - units_), -1);
   count_ = static_cast<size_t>(to - units_);
   input.at += from - piece;
   position_ += static_cast<uint64_t>(from - piece);

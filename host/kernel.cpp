@@ -9,6 +9,7 @@
 #include "host/named_values.hpp"
 #include "host/nls.hpp"
 #include "host/pool.hpp"
+#include "host/status_texts.hpp"
 
 namespace vq::host {
 
