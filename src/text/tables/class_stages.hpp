@@ -1,4 +1,4 @@
-// Character classes by table: classBlocks says where the block of a code point begins in classBits, which
+// Character classes by table: `blocks` says where the block of a code point begins in `bits`, which
 // holds a word for each code point of each different block, with the bits of classBit. Nothing at or above
 // classTableEnd is in a class.
 #pragma once
@@ -25,7 +25,11 @@ constexpr uint32_t space = 1 << 9;
 
 // The general category of each ASCII character, as the one bit of a class mask.
 extern const uint32_t asciiClassMasks[128];
-extern const uint16_t classBlocks[classTableEnd / classBlockSize];
-extern const uint16_t classBits[];
+
+struct ClassTable {
+  uint16_t blocks[classTableEnd / classBlockSize];
+  uint16_t bits[26240];
+};
+extern const ClassTable classTable;
 
 }  // namespace vq::text
