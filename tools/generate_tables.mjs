@@ -86,7 +86,7 @@ static_assert(std::size(classTable.blocks) == ${stages.stage1.length} && std::si
 const ClassTable classTable = {
 // blocks
 {
-${filled(stages.stage1.map((block) => String(block * stages.size)))}
+${filled(stages.stage1.map((block, index) => hex((block - index) * stages.size >>> 0, 1)))}
 },
 // bits
 {
