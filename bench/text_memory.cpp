@@ -9,7 +9,7 @@
 // - strLen, strTLen between 64 and 256 bytes: .75 to .9 of the AVX-512 forms, 1.0 and .9 of the AVX2 ones.
 // - A read-only sum of 1 Ki elements in the first cache reads at twice the rate of a step of four blocks with
 //   its branch: the scans reach .7 of it, and all of it from the second cache on.
-// Copies and fills of 8 and 64 bytes run at 1.0 to 2.0 of libc's, all others between .95 and 1.15.
+// Copies and fills of 8 and 64 bytes run at 1.0 to 2.0 of libc's, all others between .85 and 1.2.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
