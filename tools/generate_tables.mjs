@@ -79,7 +79,8 @@ namespace vq::text {
 static_assert(classBlockSize == ${stages.size} && classTableEnd == ${hex(stages.end)});
 
 ${array('const uint32_t asciiClassMasks[128]', ascii.map((mask) => hex(mask, 1)))}
-${array(`const uint8_t classBlocks[${stages.stage1.length}]`, stages.stage1.map(String))}
+${array(`const uint16_t classBlocks[${stages.stage1.length}]`,
+    stages.stage1.map((block) => String(block * stages.size)))}
 ${array(`const uint16_t classBits[${stages.stage2.length}]`, stages.stage2.map((bits) => hex(bits, 1)))}
 }  // namespace vq::text
 `);

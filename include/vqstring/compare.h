@@ -72,6 +72,82 @@ VQ_API uint8_t vqU8StringEndsWithText(const VQU8String* u8string, const void* te
 VQ_API uint8_t vqU8StringEqualText(const VQU8String* u8string, const void* text, int64_t length,
                                    uint32_t encoding, VQStatus* status);
 
+/* ---- Tokens ----
+ *
+ * A walk through a string that hands out, call by call, the pieces between delimiters; each call chooses what
+ * counts as one. The caller keeps the record, fills it with the Start operation, and calls the operations
+ * through its fields or by name, in any mixture. Nothing is copied, allocated or released, and nothing fails.
+ *
+ *   set        any one character out of a text ends the token
+ *   sequence   the whole text ends the token
+ *   list       any of several texts ends the token; at the leftmost place the first in the list that fits,
+ *              so a longer one behind its own beginning in the list never wins
+ *
+ * Counts are exact, -1 means nothing special; what has no elements matches nothing. Delimiters do not merge:
+ * two in a row have an empty token between them, and one at the start of the source has an empty token in
+ * front. One at the very end of the source is followed by an empty last token with sets, and with the
+ * sequence of a UTF-8 string; it ends the walk with lists, and with the sequence of a wide string. An empty
+ * source has no token at all.
+ *
+ * In UTF-8 a delimiter matches where a character begins, counted from the start of the token by the lengths
+ * that first bytes announce (utf.h). A delimiter of the set that is cut off at the end of its text counts
+ * with the bytes that it has; no byte behind a source or a delimiter text is read.
+ *
+ * The token is a string of the caller's. It is pointed into the source: it has no terminator and no storage,
+ * and source and token stay valid as long as the source lives and is not edited. Only its text and length are
+ * set; a block of its own is first given back to its pool.
+ *
+ * Threads. A record belongs to one caller at a time; any number of records can walk the same source. */
+
+struct VQTokenizer {
+  /* Null when no token is left. */
+  VQString* source;
+  /* Where the next token begins, inside the source's text. */
+  VQChar* position;
+  VQString* (*tokenize)(VQTokenizer*, const VQString*, VQString*);
+  VQString* (*tokenizeText)(VQTokenizer*, const VQChar*, int64_t, VQString*);
+  VQString* (*tokenizeLong)(VQTokenizer*, const VQString*, VQString*);
+  VQString* (*tokenizeLongText)(VQTokenizer*, const VQChar*, int64_t, VQString*);
+  int32_t (*tokenizeList)(VQTokenizer*, VQString* const*, int32_t, VQString*);
+};
+
+struct VQU8Tokenizer {
+  VQU8String* source;
+  char* position;
+  VQU8String* (*tokenizeU8)(VQU8Tokenizer*, const char*, uint64_t, VQU8String*);
+  VQU8String* (*tokenizeLongU8)(VQU8Tokenizer*, const char*, uint64_t, VQU8String*);
+  int32_t (*tokenizeList)(VQU8Tokenizer*, VQU8String* const*, int32_t, VQU8String*);
+};
+
+/* Begins a walk, at any time also anew with the same record. The string must outlive it, unedited. */
+VQ_API void vqStringTokenizeStart(VQString* string, VQTokenizer* tokenizer);
+
+/* The next token, ended by any character of the set. Returns `token`, or null, with the token untouched, when
+ * none is left. */
+VQ_API VQString* vqStringTokenize(VQTokenizer* tokenizer, const VQString* delimiterString, VQString* token);
+VQ_API VQString* vqStringTokenizeText(VQTokenizer* tokenizer, const VQChar* delimiters, int64_t count,
+                                      VQString* token);
+/* Likewise, ended by the sequence. */
+VQ_API VQString* vqStringTokenizeLong(VQTokenizer* tokenizer, const VQString* delimiterString,
+                                      VQString* token);
+VQ_API VQString* vqStringTokenizeLongText(VQTokenizer* tokenizer, const VQChar* delimiters, int64_t count,
+                                          VQString* token);
+/* Likewise, ended by any sequence of the list. Returns the index of that sequence; -1 for the last token,
+ * and, with the token untouched, when none is left. Which of the two it is, `source` tells before the call.
+ */
+VQ_API int32_t vqStringTokenizeList(VQTokenizer* tokenizer, VQString* const* delimiterList, int32_t listCount,
+                                    VQString* token);
+
+/* The same for UTF-8. */
+VQ_API void vqU8StringTokenizeStart(VQU8String* u8string, VQU8Tokenizer* tokenizer);
+VQ_API VQU8String* vqU8StringTokenizeU8(VQU8Tokenizer* tokenizer, const char* delimiters, uint64_t byteCount,
+                                        VQU8String* token);
+VQ_API VQU8String* vqU8StringTokenizeLongU8(VQU8Tokenizer* tokenizer, const char* delimiters,
+                                            uint64_t byteCount, VQU8String* token);
+/* Unlike its wide twin it empties the token when none is left: text null, length 0. */
+VQ_API int32_t vqU8StringTokenizeList(VQU8Tokenizer* tokenizer, VQU8String* const* delimiterList,
+                                      int32_t listCount, VQU8String* token);
+
 VQ_END_DECLS
 
 #endif

@@ -56,6 +56,86 @@ VQ_API VQStatus vqU8StringFromVQText(VQStringService* service, VQU8String** targ
 VQ_API VQStatus vqU8StringGetVQText(const VQU8String* string, VQPool* pool, VQChar** wideText,
                                     uint64_t* count);
 
+/* ---- URL escapes ---- */
+
+/* Escapes the string in place: all but ASCII letters, ASCII digits and the full stop becomes the percent
+ * escapes (RFC 3986, 2.1) of its UTF-8 bytes, in upper-case digits; a blank becomes %20. A borrowed text must
+ * be writable.
+ *
+ * VQSTATUS_NO_MEMORY, or the status of the conversion of a character without a UTF-8 form. The front of the
+ * text up to the failure is escaped then, its rest is not, and the character in between may stand as a '%'
+ * without all of its digits. */
+VQ_API VQStatus vqStringURLEncode(VQString* string);
+
+/* Takes percent escapes out, in digits of either case, turns '+' into a blank, and reads the bytes as UTF-8.
+ * What an escape gave is not looked at again. A '%' at the end stays; one with a single digit behind it at
+ * the end gives the byte of that digit. A digit that is none counts as -1 in the escape's sum, of which the
+ * low 8 bits are kept.
+ *
+ * A text that has no UTF-8 form leaves the string as it was; bytes that are no UTF-8 leave it as
+ * vqStringEncode leaves a refilled string. The status is that of the conversion, or VQSTATUS_NO_MEMORY. */
+VQ_API VQStatus vqStringURLDecode(VQString* string);
+
+/* Escapes the string in place as vqStringURLEncode does. Validity is not looked for: of a sequence that the
+ * text cuts off, the bytes that are there are escaped. VQSTATUS_NO_MEMORY leaves the string as it was. */
+VQ_API VQStatus vqU8StringURLEncode(VQU8String* string);
+
+/* ---- Base64 (RFC 4648, section 4; URL: section 5) ---- */
+
+/* Makes the Base64 text of bytes in `pool` (null: the service's). `pad` exactly 1 completes the last group
+ * with '='. `wrap` exactly 1 writes a line feed after every 76 characters, also at the end of a text that
+ * fills its last line. `*target` is written on success alone; VQSTATUS_NO_MEMORY. */
+VQ_API VQStatus vqU8StringEncodeBase64(VQStringService* service, const void* bytes, uint64_t byteCount,
+                                       VQPool* pool, VQU8String** target, uint8_t pad, uint8_t wrap);
+VQ_API VQStatus vqU8StringEncodeBase64URL(VQStringService* service, const void* bytes, uint64_t byteCount,
+                                          VQPool* pool, VQU8String** target, uint8_t pad, uint8_t wrap);
+
+/* The same as wide text, through a UTF-8 string and vqStringEncode. A failure of the latter leaves `*target`
+ * null, one in front of it leaves it as it was. */
+VQ_API VQStatus vqStringEncodeBase64(VQStringService* service, const void* bytes, uint64_t byteCount,
+                                     VQPool* pool, VQString** target, uint8_t pad, uint8_t wrap);
+VQ_API VQStatus vqStringEncodeBase64URL(VQStringService* service, const void* bytes, uint64_t byteCount,
+                                        VQPool* pool, VQString** target, uint8_t pad, uint8_t wrap);
+
+/* Reads Base64 into a block of `pool`, which must not be null; the caller frees it with poolFree. An empty
+ * text gives null and 0. TAB, line feed and blank are passed over, and '=' ends the text wherever it stands:
+ * what is behind it is not read. A text may stop inside a group; the bits that make no byte are dropped, but
+ * for a single value, which gives a byte with the value in its upper six bits.
+ *
+ * VQSTATUS_NO_MEMORY; VQSTATUS_BAD_ARGUMENT for any other character, also one of the other alphabet.
+ * `*bytes` is null then; `*byteCount` means nothing after the latter. */
+VQ_API VQStatus vqStringDecodeBase64(const VQString* string, VQPool* pool, uint8_t** bytes,
+                                     uint64_t* byteCount);
+VQ_API VQStatus vqStringDecodeBase64URL(const VQString* string, VQPool* pool, uint8_t** bytes,
+                                        uint64_t* byteCount);
+
+/* The same for UTF-8 text, by stricter rules: the line feed alone is passed over, and '=' may stand only at
+ * the end of the last four bytes of the text. A padded last group with a line feed directly in front of it or
+ * behind it is VQSTATUS_BAD_ARGUMENT. */
+VQ_API VQStatus vqU8StringDecodeBase64(const VQU8String* string, VQPool* pool, uint8_t** bytes,
+                                       uint64_t* byteCount);
+VQ_API VQStatus vqU8StringDecodeBase64URL(const VQU8String* string, VQPool* pool, uint8_t** bytes,
+                                          uint64_t* byteCount);
+
+/* ---- Named values ---- */
+
+/* Makes a string of the host's named value, in `pool`, which must not be null; name and length go to the host
+ * as they are. An empty value gives a string without a text. VQSTATUS_NAME_NOT_FOUND and the host's statuses
+ * leave `*out` as it was (VQSTATUS_VALUE_TOO_LONG: the value grew while it was being read);
+ * VQSTATUS_NO_MEMORY for the record stores null. */
+VQ_API VQStatus vqStringGetVQName(VQStringService* service, VQPool* pool, const VQChar* name,
+                                  int64_t nameLength, VQString** out);
+
+/* The same in UTF-8. When the conversion of the value fails, its status comes back and `*out` holds a string
+ * that the caller releases. All other failures leave `*out` as it was. */
+VQ_API VQStatus vqU8StringGetVQName(VQStringService* service, VQPool* pool, const VQChar* name,
+                                    int64_t nameLength, VQU8String** out);
+
+/* Reads a named value into a block of `pool`, zero-terminated, which the caller frees with poolFree. An empty
+ * value gives null and leaves `*length` as it was. On failure `*value` is null. */
+VQ_API VQStatus getNameValue(VQPool* pool, const VQChar* name, int64_t nameLength, VQChar** value,
+                             int64_t* length);
+
 VQ_END_DECLS
 
 #endif

@@ -5,6 +5,7 @@
 // and use the service's shared transcoders.
 #include <algorithm>
 
+#include "encodings/refill.hpp"
 #include "strings/storage.hpp"
 #include "vqstring/encodings.h"
 
@@ -46,55 +47,14 @@ VQStatus finish(VQStatus status, RecordOf<Kind>** target, bool isCreated) {
   return status;
 }
 
-// Where the new text of a string goes: the string's own storage if that has room for a terminator too, else
-// a new block. The string keeps its old text until the new one is settled, so that everything that can fail
-// in front of the conversion leaves it whole, and so that the old text may be the source.
-template <class Kind>
-class Room {
- public:
-  using Element = ElementOf<Kind>;
-
-  Room(RecordOf<Kind>* string, uint64_t elementCount) : string_(string) {
-    if (elementCount < static_cast<uint64_t>(string->capacity)) {
-      text_ = string->text;
-      capacity_ = static_cast<uint64_t>(string->capacity);
-      return;
-    }
-    capacity_ = capacityFor(elementCount);
-    block_ = PoolBlock<Element>(string->pool, allocate<Element>(string->pool, capacity_));
-    text_ = block_.get();
-  }
-
-  explicit operator bool() const { return text_ != nullptr; }
-  Element* text() const { return text_; }
-  // What a converter may fill: the terminator has its place behind.
-  uint64_t byteCount() const { return sizeof(Element) * (capacity_ - 1); }
-
-  // The first `length` elements here become the string's text.
-  void settle(uint64_t length) {
-    if (block_) {
-      if (string_->ownsBuffer == 1) string_->pool->poolFree(string_->pool, string_->text);
-      setText<Kind>(string_, block_.release(), length, capacity_, true);
-    }
-    string_->length = static_cast<typename Kind::Length>(length);
-    string_->text[length] = 0;
-  }
-
- private:
-  RecordOf<Kind>* string_;
-  Element* text_ = nullptr;
-  uint64_t capacity_ = 0;
-  PoolBlock<Element> block_;
-};
-
 // The source's bytes as they stand, cut to whole elements.
 template <class Kind>
 VQStatus fillUnconverted(RecordOf<Kind>* string, const void* source, uint64_t byteCount) {
   const uint64_t elementCount = byteCount / sizeof(ElementOf<Kind>);
-  Room<Kind> room(string, elementCount);
-  if (!room) return VQSTATUS_NO_MEMORY;
-  moveElements(room.text(), static_cast<const ElementOf<Kind>*>(source), elementCount);
-  room.settle(elementCount);
+  Refill<Kind> refill(string, elementCount);
+  if (!refill) return VQSTATUS_NO_MEMORY;
+  moveElements(refill.text(), static_cast<const ElementOf<Kind>*>(source), elementCount);
+  refill.settle(elementCount);
   return 0;
 }
 
@@ -103,17 +63,17 @@ template <class Kind, class MakeConverter>
 VQStatus fillConverted(RecordOf<Kind>* string, const void* source, uint64_t byteCount, uint64_t size,
                        MakeConverter makeConverter) {
   constexpr uint64_t elementSize = sizeof(ElementOf<Kind>);
-  Room<Kind> room(string, size / elementSize);
-  if (!room) return VQSTATUS_NO_MEMORY;
+  Refill<Kind> refill(string, size / elementSize);
+  if (!refill) return VQSTATUS_NO_MEMORY;
   VQStatus status = 0;
   uint64_t produced = 0;
   {
     const CallTranscoder converter = CallTranscoder::own(makeConverter());
     if (!converter) return VQSTATUS_NO_CONVERTER;
-    status = converter.convert(source, byteCount, room.text(), room.byteCount(), &produced);
+    status = converter.convert(source, byteCount, refill.text(), refill.byteCount(), &produced);
   }
   // With a failure a converter may report the size that it would need.
-  room.settle(std::min(produced, room.byteCount()) / elementSize);
+  refill.settle(std::min(produced, refill.byteCount()) / elementSize);
   return status;
 }
 

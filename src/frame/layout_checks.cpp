@@ -76,6 +76,16 @@ constexpr bool isStringRecord() {
 }
 static_assert(isStringRecord<VQString>() && isStringRecord<VQU8String>() && isStringRecord<VQNarrowString>());
 
+VQ_WORDS(VQTokenizer, 7);
+VQ_AT(VQTokenizer, position, 1);
+VQ_AT(VQTokenizer, tokenizeText, 3);
+VQ_AT(VQTokenizer, tokenizeLongText, 5);
+VQ_AT(VQTokenizer, tokenizeList, 6);
+VQ_WORDS(VQU8Tokenizer, 5);
+VQ_AT(VQU8Tokenizer, position, 1);
+VQ_AT(VQU8Tokenizer, tokenizeLongU8, 3);
+VQ_AT(VQU8Tokenizer, tokenizeList, 4);
+
 // The anchors of the service record: a slot that moves takes one of them along.
 VQ_WORDS(VQStringService, 109);
 VQ_AT(VQStringService, vqStringRealDestroy, 6);

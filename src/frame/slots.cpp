@@ -81,6 +81,8 @@ void fillSlots(VQStringService* service) {
   VQ_SLOT(vqU8StringEqualText);
 
   // Tokens.
+  VQ_SLOT(vqStringTokenizeStart);
+  VQ_SLOT(vqU8StringTokenizeStart);
 
   // Conversion.
   VQ_SLOT(vqStringEncode);
@@ -91,8 +93,21 @@ void fillSlots(VQStringService* service) {
   VQ_SLOT(vqU8StringGetVQText);
 
   // Escaped forms.
+  VQ_SLOT(vqStringURLDecode);
+  VQ_SLOT(vqStringURLEncode);
+  VQ_SLOT(vqU8StringURLEncode);
+  VQ_SLOT(vqStringDecodeBase64);
+  VQ_SLOT(vqU8StringDecodeBase64);
+  VQ_SLOT(vqStringEncodeBase64);
+  VQ_SLOT(vqU8StringEncodeBase64);
+  VQ_SLOT(vqStringDecodeBase64URL);
+  VQ_SLOT(vqU8StringDecodeBase64URL);
+  VQ_SLOT(vqStringEncodeBase64URL);
+  VQ_SLOT(vqU8StringEncodeBase64URL);
 
   // Named values.
+  VQ_SLOT(vqStringGetVQName);
+  VQ_SLOT(vqU8StringGetVQName);
 
   // Regular expressions.
   VQ_SLOT(vqStringInstanceCreateRegex);

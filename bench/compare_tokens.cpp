@@ -1,0 +1,139 @@
+// Tokens on a comma, beside std::views::split and a loop over memchr or wmemchr. The time of a row is that of
+// a whole text; "ns/token" is beside it.
+//
+// A text that is walked again and again lets the processor learn where its tokens end. In the rows "fresh"
+// each walk takes another of many texts, as a program does that reads records.
+#include <benchmark/benchmark.h>
+
+#include <cstring>
+#include <cwchar>
+#include <ranges>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "samples.hpp"
+#include "vqstring.h"
+
+namespace {
+
+constexpr size_t freshTexts = 2048;
+
+template <class Element>
+std::vector<std::basic_string<Element>> commaTexts(size_t count, size_t elementCount) {
+  const std::u32string words = bench::wideSample("ASCII", count * elementCount);
+  std::vector<std::basic_string<Element>> texts;
+  for (size_t i = 0; i < count; ++i) {
+    std::basic_string<Element> text;
+    for (size_t at = 0; at < elementCount; ++at) {
+      const char32_t c = words[i * elementCount + at];
+      text += static_cast<Element>(c == U' ' ? U',' : c);
+    }
+    texts.push_back(text);
+  }
+  return texts;
+}
+
+// `walk` answers the number of tokens of one text.
+template <class Element, class Walk>
+void measure(benchmark::State& state, size_t textCount, size_t elementCount, Walk walk) {
+  const auto texts = commaTexts<Element>(textCount, elementCount);
+  size_t next = 0, tokens = 0;
+  for (auto _ : state) {
+    tokens += walk(texts[next]);
+    if (++next == texts.size()) next = 0;
+  }
+  state.counters["ns/token"] = benchmark::Counter(static_cast<double>(tokens) * 1e-9,
+                                                  benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+}
+
+size_t wideTokens(const std::u32string& text) {
+  VQString source{}, token{};
+  source.text = const_cast<VQChar*>(text.data());
+  source.length = static_cast<int64_t>(text.size());
+  VQTokenizer walk;
+  vqStringTokenizeStart(&source, &walk);
+  const VQChar comma = U',';
+  size_t count = 0;
+  for (; walk.tokenizeText(&walk, &comma, 1, &token) != nullptr; ++count) {
+    benchmark::DoNotOptimize(token.length);
+  }
+  return count;
+}
+
+size_t u8Tokens(const std::string& text) {
+  VQU8String source{}, token{};
+  source.text = const_cast<char*>(text.data());
+  source.length = text.size();
+  VQU8Tokenizer walk;
+  vqU8StringTokenizeStart(&source, &walk);
+  size_t count = 0;
+  for (; walk.tokenizeU8(&walk, ",", 1, &token) != nullptr; ++count) benchmark::DoNotOptimize(token.length);
+  return count;
+}
+
+template <class Element>
+size_t splitTokens(const std::basic_string<Element>& text) {
+  size_t count = 0;
+  for (auto part : std::views::split(std::basic_string_view<Element>(text), static_cast<Element>(','))) {
+    benchmark::DoNotOptimize(std::ranges::distance(part));
+    ++count;
+  }
+  return count;
+}
+
+size_t wmemchrTokens(const std::u32string& text) {
+  const auto* at = reinterpret_cast<const wchar_t*>(text.data());
+  const wchar_t* const end = at + text.size();
+  size_t count = 0;
+  while (at != nullptr) {
+    const wchar_t* comma = std::wmemchr(at, L',', static_cast<size_t>(end - at));
+    benchmark::DoNotOptimize((comma == nullptr ? end : comma) - at);
+    at = comma == nullptr ? nullptr : comma + 1;
+    ++count;
+  }
+  return count;
+}
+
+size_t memchrTokens(const std::string& text) {
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  size_t count = 0;
+  while (at != nullptr) {
+    const auto* comma = static_cast<const char*>(std::memchr(at, ',', static_cast<size_t>(end - at)));
+    benchmark::DoNotOptimize((comma == nullptr ? end : comma) - at);
+    at = comma == nullptr ? nullptr : comma + 1;
+    ++count;
+  }
+  return count;
+}
+
+template <class Element, class Walk>
+void add(const std::string& subject, const std::string& peer, Walk walk) {
+  const struct {
+    const char* name;
+    size_t textCount, byteCount;
+  } cases[] = {{"200B", 1, 200},
+               {"200B-fresh", freshTexts, 200},
+               {"4KiB", 1, 4096},
+               {"4KiB-fresh", freshTexts / 16, 4096},
+               {"1MiB", 1, 1 << 20}};
+  for (const auto& which : cases) {
+    benchmark::RegisterBenchmark(
+        (subject + "/" + peer + "/" + which.name).c_str(), [walk, which](benchmark::State& state) {
+          measure<Element>(state, which.textCount, which.byteCount / sizeof(Element), walk);
+        });
+  }
+}
+
+[[maybe_unused]] const bool registered = [] {
+  add<char32_t>("tokens-wide", "vq", wideTokens);
+  add<char32_t>("tokens-wide", "views::split", splitTokens<char32_t>);
+  add<char32_t>("tokens-wide", "wmemchr", wmemchrTokens);
+  add<char>("tokens-u8", "vq", u8Tokens);
+  add<char>("tokens-u8", "views::split", splitTokens<char>);
+  add<char>("tokens-u8", "memchr", memchrTokens);
+  return true;
+}();
+
+}  // namespace

@@ -1,0 +1,315 @@
+// The Base64 operations of strings: wrapped and padded output, and the two families of decoders.
+//
+// The decoders of the two kinds share the walk over a group, four values into three bytes, and differ in what
+// they pass over, in what padding means to them, and in where a group may begin: that is what their readers
+// are. In front of every group the reader takes as many whole clean groups as there are at the speed of the
+// codec; the walk itself meets only what is not clean.
+#include <algorithm>
+
+#include "encodings/base64_codec.hpp"
+#include "strings/storage.hpp"
+#include "vqstring/encodings.h"
+
+using namespace vq;
+
+namespace {
+
+using base64::Alphabet;
+
+// 76 characters a line.
+constexpr uint64_t groupsPerLine = 19;
+
+// ---- Encoding ----
+
+char* writeGroups(const Alphabet& alphabet, const uint8_t* bytes, uint64_t groupCount, bool wrap,
+                  char* target) {
+  if (wrap) {
+    for (; groupCount >= groupsPerLine; groupCount -= groupsPerLine) {
+      base64::encodeGroups(alphabet, bytes, groupsPerLine, target);
+      bytes += 3 * groupsPerLine;
+      target += 4 * groupsPerLine;
+      *target++ = '\n';
+    }
+  }
+  base64::encodeGroups(alphabet, bytes, groupCount, target);
+  return target + 4 * groupCount;
+}
+
+// The one or two bytes of the last group.
+char* writeRest(const Alphabet& alphabet, const uint8_t* bytes, uint64_t byteCount, bool pad, char* target) {
+  const uint8_t group[3] = {bytes[0], byteCount > 1 ? bytes[1] : uint8_t{0}, 0};
+  char characters[4];
+  base64::portable::encodeGroups(alphabet, group, 1, characters);
+  for (uint64_t i = 0; i <= byteCount; ++i) *target++ = characters[i];
+  if (pad) {
+    for (uint64_t i = byteCount; i < 3; ++i) *target++ = '=';
+  }
+  return target;
+}
+
+// The room for the encoded text: a third more, the line feeds, and something for the last group. False when
+// no length can count it.
+bool encodedCapacity(uint64_t byteCount, bool wrap, int64_t* capacity) {
+  uint64_t sum = 0;
+  if (__builtin_add_overflow(byteCount, byteCount / 3 + byteCount / 76 + 11, &sum)) return false;
+  if (wrap) {
+    // Above some 1800 bytes the line feeds alone outgrow that sum: there is one for 57 bytes.
+    const uint64_t groupCount = byteCount / 3 + 1;
+    uint64_t exact = 0;
+    if (__builtin_mul_overflow(groupCount, 4, &exact) ||
+        __builtin_add_overflow(exact, groupCount / groupsPerLine, &exact)) {
+      return false;
+    }
+    sum = std::max(sum, exact);
+  }
+  *capacity = static_cast<int64_t>(sum);
+  return *capacity > 0;
+}
+
+VQStatus encode(const Alphabet& alphabet, VQStringService* service, const void* source, uint64_t byteCount,
+                VQPool* pool, VQU8String** target, uint8_t pad, uint8_t wrap) {
+  if (byteCount == 0) return vqU8StringCreateSized(service, target, pool, nullptr, 0, 0);
+  const bool isPadded = pad == 1, isWrapped = wrap == 1;
+  int64_t capacity = 0;
+  if (!encodedCapacity(byteCount, isWrapped, &capacity)) return VQSTATUS_NO_MEMORY;
+  VQU8String* string = nullptr;
+  if (const VQStatus status = vqU8StringCreateSized(service, &string, pool, nullptr, 0, capacity);
+      status != 0) {
+    return status;
+  }
+  const auto* bytes = static_cast<const uint8_t*>(source);
+  const uint64_t groupCount = byteCount / 3, restBytes = byteCount % 3;
+  char* end = writeGroups(alphabet, bytes, groupCount, isWrapped, string->text);
+  if (restBytes != 0) {
+    end = writeRest(alphabet, bytes + 3 * groupCount, restBytes, isPadded, end);
+    // A shortened group counts as a whole one on its line.
+    if (isWrapped && (groupCount + 1) % groupsPerLine == 0) *end++ = '\n';
+  }
+  *end = 0;
+  string->length = static_cast<uint64_t>(end - string->text);
+  assert(string->length <= string->capacity);
+  *target = string;
+  return 0;
+}
+
+using EncodeU8 = decltype(vqU8StringEncodeBase64);
+
+VQStatus encodeWide(EncodeU8* encodeU8, VQStringService* service, const void* bytes, uint64_t byteCount,
+                    VQPool* pool, VQString** target, uint8_t pad, uint8_t wrap) {
+  VQU8String* narrow = nullptr;
+  if (const VQStatus status = encodeU8(service, bytes, byteCount, pool, &narrow, pad, wrap); status != 0) {
+    return status;
+  }
+  *target = nullptr;
+  const VQStatus status =
+      vqStringEncode(service, target, pool, narrow->text, static_cast<int64_t>(narrow->length), ENC_UTF8);
+  vqU8StringDestroy(narrow);
+  return status;
+}
+
+// ---- Decoding ----
+
+// What a reader answers when it is asked for the next value of a group.
+enum class Next : uint8_t { value, end, invalid };
+
+// Wide text: TAB, line feed and blank are passed over anywhere, and '=' ends the text wherever it stands.
+class WideReader {
+ public:
+  using Kind = WideKind;
+
+  WideReader(const Alphabet& alphabet, const VQString* string)
+      : alphabet_(alphabet), at_(string->text), end_(string->text + string->length) {}
+
+  // Decodes clean groups and answers their number.
+  uint64_t takeGroups(uint8_t* target) {
+    uint64_t total = 0;
+    for (;;) {
+      // A padded end is not tried: the vectors would fail on it and leave the groups before it to the walk.
+      const uint64_t left = static_cast<uint64_t>(end_ - at_);
+      const uint64_t clean = left != 0 && end_[-1] == U'=' ? left - 1 : left;
+      const uint64_t count = base64::decodeGroups(alphabet_, at_, clean / 4, target);
+      at_ += 4 * count;
+      target += 3 * count;
+      total += count;
+      const VQChar* before = at_;
+      passOver();
+      if (at_ == before) return total;
+    }
+  }
+  Next beginGroup() { return Next::value; }
+  Next read(uint8_t* value) {
+    passOver();
+    if (at_ == end_ || *at_ == U'=') return Next::end;
+    *value = valueOf(alphabet_, *at_++);
+    return *value == base64::invalid ? Next::invalid : Next::value;
+  }
+
+ private:
+  void passOver() {
+    while (at_ < end_ && (*at_ == U'\t' || *at_ == U'\n' || *at_ == U' ')) ++at_;
+  }
+
+  const Alphabet& alphabet_;
+  const VQChar* at_;
+  const VQChar* end_;
+};
+
+// UTF-8 text: line feeds alone are passed over, and '=' may stand at the end of the last four bytes alone.
+class U8Reader {
+ public:
+  using Kind = U8Kind;
+
+  U8Reader(const Alphabet& alphabet, const VQU8String* string)
+      : alphabet_(alphabet), at_(string->text), left_(string->length) {}
+
+  uint64_t takeGroups(uint8_t* target) {
+    uint64_t total = takeClean(target);
+    // A line feed where a group begins, with a whole clean group behind it: the look at the next four bytes
+    // finds no '=' there, and the feed is passed over in front of the first value.
+    while (left_ > 4 && *at_ == '\n') {
+      skip(1);
+      const uint64_t count = takeClean(target + 3 * total);
+      if (count == 0) {
+        skip(-1);
+        break;
+      }
+      total += count;
+    }
+    return total;
+  }
+  // A group may hold '=' only if it is the last four bytes of the text, which it then shortens.
+  Next beginGroup() {
+    if (left_ == 0) return Next::end;
+    if (left_ < 4) return Next::value;
+    const int64_t padding = std::count(at_, at_ + 4, '=');
+    if (left_ > 4) return padding == 0 ? Next::value : Next::invalid;
+    left_ -= static_cast<uint64_t>(padding);
+    return left_ == 0 ? Next::end : Next::value;
+  }
+  Next read(uint8_t* value) {
+    while (left_ != 0 && *at_ == '\n') skip(1);
+    if (left_ == 0) return Next::end;
+    *value = valueOf(alphabet_, *at_);
+    skip(1);
+    return *value == base64::invalid ? Next::invalid : Next::value;
+  }
+
+ private:
+  uint64_t takeClean(uint8_t* target) {
+    const uint64_t clean = left_ != 0 && at_[left_ - 1] == '=' ? left_ - 1 : left_;
+    const uint64_t count = base64::decodeGroups(alphabet_, at_, clean / 4, target);
+    skip(static_cast<int64_t>(4 * count));
+    return count;
+  }
+  void skip(int64_t byteCount) {
+    at_ += byteCount;
+    left_ -= static_cast<uint64_t>(byteCount);
+  }
+
+  const Alphabet& alphabet_;
+  const char* at_;
+  uint64_t left_;
+};
+
+// One group: each value is written as it comes, so that a group that ends early leaves what it has. Adds the
+// bytes that the group finished; of a single value that is the byte with the value at its top.
+template <class Reader>
+Next takeGroup(Reader& reader, uint8_t* target, uint64_t* byteCount) {
+  if (const Next next = reader.beginGroup(); next != Next::value) return next;
+  uint8_t value = 0;
+  Next next = reader.read(&value);
+  if (next != Next::value) return next;
+  target[0] = static_cast<uint8_t>(value << 2);
+  *byteCount += 1;
+  if (next = reader.read(&value); next != Next::value) return next;
+  target[0] |= value >> 4;
+  target[1] = static_cast<uint8_t>(value << 4);
+  if (next = reader.read(&value); next != Next::value) return next;
+  target[1] |= value >> 2;
+  target[2] = static_cast<uint8_t>(value << 6);
+  *byteCount += 1;
+  if (next = reader.read(&value); next != Next::value) return next;
+  target[2] |= value;
+  *byteCount += 1;
+  return Next::value;
+}
+
+// False when the text is invalid.
+template <class Reader>
+bool decodeText(Reader reader, uint8_t* target, uint64_t* byteCount) {
+  *byteCount = 0;
+  for (;;) {
+    *byteCount += 3 * reader.takeGroups(target + *byteCount);
+    const Next next = takeGroup(reader, target + *byteCount, byteCount);
+    if (next != Next::value) return next == Next::end;
+  }
+}
+
+// Decodes into a block of three bytes for four elements, rounded up, and `spareBytes` more.
+template <class Reader>
+VQStatus decode(const Alphabet& alphabet, const RecordOf<typename Reader::Kind>* string, VQPool* pool,
+                uint64_t spareBytes, uint32_t flags, uint8_t** bytes, uint64_t* byteCount) {
+  const auto length = static_cast<uint64_t>(string->length);
+  if (length == 0) {
+    *bytes = nullptr;
+    *byteCount = 0;
+    return 0;
+  }
+  const uint64_t decodedBytes = length / 4 * 3 + (length % 4 * 3 + 3) / 4;
+  *bytes = static_cast<uint8_t*>(pool->poolAlloc(pool, decodedBytes + spareBytes, flags));
+  if (*bytes == nullptr) return VQSTATUS_NO_MEMORY;
+  if (decodeText(Reader(alphabet, string), *bytes, byteCount)) return 0;
+  pool->poolFree(pool, *bytes);
+  *bytes = nullptr;
+  return VQSTATUS_BAD_ARGUMENT;
+}
+
+VQStatus decodeWide(const Alphabet& alphabet, const VQString* string, VQPool* pool, uint8_t** bytes,
+                    uint64_t* byteCount) {
+  return decode<WideReader>(alphabet, string, pool, 0, VQ_POOL_ZERO_FILL, bytes, byteCount);
+}
+
+VQStatus decodeU8(const Alphabet& alphabet, const VQU8String* string, VQPool* pool, uint8_t** bytes,
+                  uint64_t* byteCount) {
+  return decode<U8Reader>(alphabet, string, pool, 1, 0, bytes, byteCount);
+}
+
+}  // namespace
+
+VQStatus vqU8StringEncodeBase64(VQStringService* service, const void* bytes, uint64_t byteCount, VQPool* pool,
+                                VQU8String** target, uint8_t pad, uint8_t wrap) {
+  return encode(base64::standard, service, bytes, byteCount, pool, target, pad, wrap);
+}
+
+VQStatus vqU8StringEncodeBase64URL(VQStringService* service, const void* bytes, uint64_t byteCount,
+                                   VQPool* pool, VQU8String** target, uint8_t pad, uint8_t wrap) {
+  return encode(base64::urlSafe, service, bytes, byteCount, pool, target, pad, wrap);
+}
+
+VQStatus vqStringEncodeBase64(VQStringService* service, const void* bytes, uint64_t byteCount, VQPool* pool,
+                              VQString** target, uint8_t pad, uint8_t wrap) {
+  return encodeWide(vqU8StringEncodeBase64, service, bytes, byteCount, pool, target, pad, wrap);
+}
+
+VQStatus vqStringEncodeBase64URL(VQStringService* service, const void* bytes, uint64_t byteCount,
+                                 VQPool* pool, VQString** target, uint8_t pad, uint8_t wrap) {
+  return encodeWide(vqU8StringEncodeBase64URL, service, bytes, byteCount, pool, target, pad, wrap);
+}
+
+VQStatus vqStringDecodeBase64(const VQString* string, VQPool* pool, uint8_t** bytes, uint64_t* byteCount) {
+  return decodeWide(base64::standard, string, pool, bytes, byteCount);
+}
+
+VQStatus vqStringDecodeBase64URL(const VQString* string, VQPool* pool, uint8_t** bytes, uint64_t* byteCount) {
+  return decodeWide(base64::urlSafe, string, pool, bytes, byteCount);
+}
+
+VQStatus vqU8StringDecodeBase64(const VQU8String* string, VQPool* pool, uint8_t** bytes,
+                                uint64_t* byteCount) {
+  return decodeU8(base64::standard, string, pool, bytes, byteCount);
+}
+
+VQStatus vqU8StringDecodeBase64URL(const VQU8String* string, VQPool* pool, uint8_t** bytes,
+                                   uint64_t* byteCount) {
+  return decodeU8(base64::urlSafe, string, pool, bytes, byteCount);
+}

@@ -1,0 +1,191 @@
+// The URL operations of strings: escapes written and taken out in place.
+//
+// Escaping measures, makes room once, and writes the escaped text in one pass; where the string's own storage
+// has the room, the text is first moved to the end of it. Of a wide string that is done with the front that
+// is known to convert. What is left then, and everything when something fails on the way, is escaped one
+// character at a time, so that a failure leaves the string escaped up to the character that it met.
+#include <algorithm>
+
+#include "encodings/refill.hpp"
+#include "encodings/url_codec.hpp"
+#include "vqstring/encodings.h"
+
+using namespace vq;
+
+namespace {
+
+// The UTF-8 form of some wide text; made by the first use, refilled by later ones, ended with the scope.
+class Utf8Form {
+ public:
+  explicit Utf8Form(const VQString* owner) : owner_(owner) {}
+  Utf8Form(const Utf8Form&) = delete;
+  Utf8Form& operator=(const Utf8Form&) = delete;
+  ~Utf8Form() { vqNarrowStringDestroy(narrow_); }
+
+  VQStatus fill(const VQChar* text, uint64_t elementCount) {
+    VQString wrapped;
+    vqStringInitStatic(owner_->service, &wrapped, owner_->pool, text, static_cast<int64_t>(elementCount));
+    return vqStringDecode(&wrapped, &narrow_, owner_->pool, ENC_UTF8);
+  }
+  char* text() const { return narrow_->text; }
+  uint64_t length() const { return static_cast<uint64_t>(narrow_->length); }
+
+ private:
+  const VQString* owner_;
+  VQNarrowString* narrow_ = nullptr;
+};
+
+// Bytes of a character in UTF-8; 0 for one that has no UTF-8 form.
+uint64_t utf8Bytes(VQChar character) {
+  if (character < 0x80) return 1;
+  if (character < 0x800) return 2;
+  if (character >= 0xD800 && character <= 0xDFFF) return 0;
+  return character < 0x10000 ? 3 : character <= 0x10FFFF ? 4 : 0;
+}
+
+// What escaping a run of wide text takes. The run ends in front of a character without a UTF-8 form.
+struct WideRun {
+  uint64_t elementCount = 0;
+  uint64_t utf8Count = 0;
+  uint64_t escapedCount = 0;
+};
+
+WideRun measureRun(const VQChar* text, uint64_t elementCount) {
+  WideRun run;
+  for (; run.elementCount < elementCount; ++run.elementCount) {
+    const VQChar character = text[run.elementCount];
+    const uint64_t byteCount = utf8Bytes(character);
+    if (byteCount == 0) break;
+    run.utf8Count += byteCount;
+    run.escapedCount += url::isUnescaped(character) ? 1 : 3 * byteCount;
+  }
+  return run;
+}
+
+// Writes the escaped form. The source may stand at the end of the target: an escape is never longer than the
+// distance that it makes up.
+VQChar* escapeRun(const VQChar* text, uint64_t elementCount, const char* utf8, VQChar* target) {
+  for (const VQChar* end = text + elementCount; text < end; ++text) {
+    const VQChar character = *text;
+    if (url::isUnescaped(character)) {
+      *target++ = character;
+      ++utf8;
+      continue;
+    }
+    for (uint64_t i = utf8Bytes(character); i != 0; --i) {
+      const url::Escape escape = url::escapeOf(static_cast<uint8_t>(*utf8++));
+      for (const char digit : escape.characters) *target++ = static_cast<VQChar>(digit);
+    }
+  }
+  return target;
+}
+
+// Escapes the front of the string, from the first character that needs it to the first without a UTF-8 form.
+// Answers the position behind the escaped front: everything, when nothing fails. A failure changes nothing.
+uint64_t escapeFront(VQString* string, uint64_t first) {
+  const auto length = static_cast<uint64_t>(string->length);
+  const VQChar* text = string->text;
+  const WideRun run = measureRun(text + first, length - first);
+  Utf8Form utf8(string);
+  // A form of another size is not what the characters give one by one.
+  if (run.elementCount == 0 || utf8.fill(text + first, run.elementCount) != 0 ||
+      utf8.length() != run.utf8Count) {
+    return first;
+  }
+  const uint64_t newLength = length - run.elementCount + run.escapedCount;
+  Refill<WideKind> refill(string, newLength);
+  if (!refill) return first;
+  VQChar* target = refill.text();
+  const uint64_t tailCount = length - first - run.elementCount;
+  VQChar* escapedEnd = target + first + run.escapedCount;
+  // In the own storage the tail settles first, then the run is moved up against it.
+  moveElements(escapedEnd, text + first + run.elementCount, tailCount);
+  const VQChar* source = text + first;
+  if (target == text) {
+    VQChar* moved = escapedEnd - run.elementCount;
+    moveElements(moved, source, run.elementCount);
+    source = moved;
+  } else {
+    copyElements(target, text, first);
+  }
+  escapeRun(source, run.elementCount, utf8.text(), target + first);
+  refill.settle(newLength);
+  return first + run.escapedCount;
+}
+
+// Escapes the character at `*index` and moves the index behind it. A failure leaves what is done by then.
+VQStatus escapeCharacter(VQString* string, int64_t* index, Utf8Form* utf8) {
+  const VQChar character = string->text[*index];
+  if (const VQStatus status = utf8->fill(&character, 1); status != 0) return status;
+  const uint64_t byteCount = utf8->length();
+  if (byteCount != 0) string->text[*index] = U'%';
+  for (uint64_t i = 0; i < byteCount; ++i) {
+    if (i != 0) {
+      ++*index;
+      const VQStatus status = vqStringInsertText(string, *index, U"%", 1, ENC_WIDE);
+      if (status != 0) return status;
+    }
+    const url::Escape escape = url::escapeOf(static_cast<uint8_t>(utf8->text()[i]));
+    const VQChar digits[2] = {static_cast<VQChar>(escape.characters[1]),
+                              static_cast<VQChar>(escape.characters[2])};
+    if (const VQStatus status = vqStringInsertText(string, *index + 1, digits, 2, ENC_WIDE); status != 0) {
+      return status;
+    }
+    *index += 2;
+  }
+  ++*index;
+  return 0;
+}
+
+}  // namespace
+
+VQStatus vqStringURLEncode(VQString* string) {
+  const auto length = static_cast<uint64_t>(string->length);
+  const uint64_t first = url::cleanLength(string->text, length);
+  if (first == length) return 0;
+  auto index = static_cast<int64_t>(escapeFront(string, first));
+  Utf8Form utf8(string);
+  while (index < string->length) {
+    if (url::isUnescaped(string->text[index])) {
+      ++index;
+    } else if (const VQStatus status = escapeCharacter(string, &index, &utf8); status != 0) {
+      return status;
+    }
+  }
+  return 0;
+}
+
+VQStatus vqU8StringURLEncode(VQU8String* string) {
+  const uint64_t length = string->length;
+  const uint64_t first = url::cleanLength(string->text, length);
+  if (first == length) return 0;
+  const char* text = string->text;
+  const uint64_t restBytes = url::escapedLength(text + first, length - first);
+  uint64_t newLength = 0;
+  if (__builtin_add_overflow(first, restBytes, &newLength)) return VQSTATUS_NO_MEMORY;
+  Refill<U8Kind> refill(string, newLength);
+  if (!refill) return VQSTATUS_NO_MEMORY;
+  char* target = refill.text();
+  const char* source = text + first;
+  if (target == text) {
+    char* moved = target + newLength - (length - first);
+    moveElements(moved, source, length - first);
+    source = moved;
+  } else {
+    copyElements(target, text, first);
+  }
+  url::escape(source, length - first, target + first, restBytes);
+  refill.settle(newLength);
+  return 0;
+}
+
+VQStatus vqStringURLDecode(VQString* string) {
+  if (string->length == 0) return 0;
+  Utf8Form utf8(string);
+  if (const VQStatus status = utf8.fill(string->text, static_cast<uint64_t>(string->length)); status != 0) {
+    return status;
+  }
+  const uint64_t byteCount = url::unescape(utf8.text(), utf8.length());
+  return vqStringEncode(string->service, &string, string->pool, utf8.text(), static_cast<int64_t>(byteCount),
+                        ENC_UTF8);
+}

@@ -1,0 +1,69 @@
+// Percent escapes on plain memory (RFC 3986, 2.1).
+//
+// What passes unescaped is stricter than the standard asks: ASCII letters, ASCII digits and the full stop.
+// Every other byte is written as '%' and two upper-case digits.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "vqstring/base.h"
+
+namespace vq::url {
+
+constexpr bool isUnescaped(VQChar character) {
+  return (character >= U'0' && character <= U'9') || (character >= U'A' && character <= U'Z') ||
+         (character >= U'a' && character <= U'z') || character == U'.';
+}
+
+// What stands for a byte: one or three characters, and their number in the last place.
+struct Escape {
+  char characters[3];
+  uint8_t length;
+};
+
+constexpr Escape escapeOf(uint8_t byte) {
+  constexpr char digits[] = "0123456789ABCDEF";
+  return {{'%', digits[byte >> 4], digits[byte & 0x0F]}, 3};
+}
+
+// By the byte, for a byte that stands for itself.
+inline constexpr auto escapes = [] {
+  std::array<Escape, 256> table{};
+  for (unsigned byte = 0; byte < 256; ++byte) {
+    table[byte] =
+        isUnescaped(byte) ? Escape{{static_cast<char>(byte), 0, 0}, 1} : escapeOf(static_cast<uint8_t>(byte));
+  }
+  return table;
+}();
+
+// Elements in front of the first that has to be escaped.
+uint64_t cleanLength(const char* text, uint64_t byteCount);
+uint64_t cleanLength(const VQChar* text, uint64_t elementCount);
+
+// Bytes that the escaped form of a UTF-8 text takes; UINT64_MAX when they cannot be counted. A first byte of
+// a longer sequence has the rest of that sequence escaped with it, ASCII or not, as far as the text goes.
+uint64_t escapedLength(const char* text, uint64_t byteCount);
+
+// Writes that form. The source may be the end of the target: what is written stays behind what is read.
+void escape(const char* text, uint64_t byteCount, char* target, uint64_t targetBytes);
+
+// Takes escapes out of a text in place and answers its new length. '+' becomes a blank. A '%' takes two bytes
+// as digits, or one at the end of the text; a byte that is no digit counts as -1.
+uint64_t unescape(char* text, uint64_t byteCount);
+
+// The forms behind the scans, for processors with AVX2: 32 elements a step, 0 or more of them whole.
+namespace vector {
+inline constexpr uint64_t stepElements = 32;
+// Whole steps of the text that need no escape, in elements.
+uint64_t cleanLength(const char* text, uint64_t byteCount);
+uint64_t cleanLength(const VQChar* text, uint64_t elementCount);
+// The same, copied as it goes; the target may lie in front of the source in the same block.
+uint64_t copyClean(const char* text, uint64_t byteCount, char* target);
+// Whole steps without '%' and '+', moved likewise.
+uint64_t moveUnescaped(const char* text, uint64_t byteCount, char* target);
+// Bytes to be escaped in the leading whole steps that are all ASCII, whose bytes are added to `stepped`.
+uint64_t countAscii(const char* text, uint64_t byteCount, uint64_t* stepped);
+}  // namespace vector
+
+}  // namespace vq::url

@@ -1,0 +1,133 @@
+// The first difference of two runs, and the orders that follow from it.
+#include "text/blocks.hpp"
+#include "text/scan.hpp"
+#include "vqstring/text.h"
+
+namespace vq::text {
+
+namespace {
+
+template <class Element>
+uint64_t differencePlain(const Element* first, const Element* second, uint64_t count) {
+  uint64_t i = 0;
+  while (i < count && first[i] == second[i]) ++i;
+  return i;
+}
+
+VQ_INLINE_AVX2 __m256i equalBytesAt(const uint8_t* first, const uint8_t* second) {
+  return _mm256_cmpeq_epi8(loadBlock(first), loadBlock(second));
+}
+
+VQ_INLINE_AVX2 uint64_t differencesInPair(const uint8_t* first, const uint8_t* second) {
+  return ~(maskOf(equalBytesAt(first, second)) |
+           uint64_t{maskOf(equalBytesAt(first + blockBytes, second + blockBytes))} << 32);
+}
+
+// The place of the first difference in four blocks, or the size of the four.
+VQ_INLINE_AVX2 uint64_t differenceInStep(const uint8_t* first, const uint8_t* second) {
+  const __m256i a = equalBytesAt(first, second);
+  const __m256i b = equalBytesAt(first + blockBytes, second + blockBytes);
+  const __m256i c = equalBytesAt(first + 2 * blockBytes, second + 2 * blockBytes);
+  const __m256i d = equalBytesAt(first + 3 * blockBytes, second + 3 * blockBytes);
+  if (isAllSet(allOf(a, b, c, d))) [[likely]]
+    return stepBytes;
+  const uint64_t low = ~(maskOf(a) | uint64_t{maskOf(b)} << 32);
+  const uint64_t high = ~(maskOf(c) | uint64_t{maskOf(d)} << 32);
+  return static_cast<uint64_t>(low != 0 ? std::countr_zero(low) : 64 + std::countr_zero(high));
+}
+
+// The place in bytes, or `byteCount`, which is more than a block. Bytes serve for wide elements as well: an
+// element differs where its first differing byte lies.
+VQ_INLINE_AVX2 uint64_t differenceLong(const uint8_t* first, const uint8_t* second, uint64_t byteCount) {
+  if (byteCount <= pairBytes) {
+    const uint64_t last = byteCount - blockBytes;
+    const uint32_t head = ~maskOf(equalBytesAt(first, second));
+    const uint32_t tail = ~maskOf(equalBytesAt(first + last, second + last));
+    const uint64_t found = head | uint64_t{tail} << last;
+    return found == 0 ? byteCount : static_cast<uint64_t>(std::countr_zero(found));
+  }
+  if (const uint64_t found = differencesInPair(first, second)) {
+    return static_cast<uint64_t>(std::countr_zero(found));
+  }
+  if (byteCount <= stepBytes) {
+    const uint64_t last = byteCount - pairBytes;
+    const uint64_t found = differencesInPair(first + last, second + last);
+    return found == 0 ? byteCount : last + static_cast<uint64_t>(std::countr_zero(found));
+  }
+  // One of the two on a boundary: every second load of the other crosses a line of the cache all the same.
+  uint64_t i = blockBytes + bytesToBoundary(first);
+  for (; i + stepBytes < byteCount; i += stepBytes) {
+    const uint64_t place = differenceInStep(first + i, second + i);
+    if (place != stepBytes) [[unlikely]]
+      return i + place;
+  }
+  i = byteCount - stepBytes;
+  return i + differenceInStep(first + i, second + i);
+}
+
+template <class Element>
+VQ_INLINE_AVX2 uint64_t differenceByBlocks(const Element* first, const Element* second, uint64_t count) {
+  const auto* const a = reinterpret_cast<const uint8_t*>(first);
+  const auto* const b = reinterpret_cast<const uint8_t*>(second);
+  const uint64_t byteCount = count * sizeof(Element);
+  if (byteCount > blockBytes) return differenceLong(a, b, byteCount) / sizeof(Element);
+  if (byteCount < 4) return differencePlain(first, second, count);
+  const uint32_t differs = coverShort(byteCount, [&](uint64_t offset, auto width) {
+    return ~equalMask<uint8_t>(loadPiece(a + offset, width), loadPiece(b + offset, width));
+  });
+  return differs == 0 ? count : static_cast<uint64_t>(std::countr_zero(differs)) / sizeof(Element);
+}
+
+template <class Element>
+VQ_TARGET_AVX2 uint64_t placeByBlocks(const Element* first, const Element* second, uint64_t count) {
+  return differenceByBlocks(first, second, count);
+}
+
+template <class Element>
+inline uint64_t placeOf(const Element* first, const Element* second, uint64_t count) {
+  if (!cpu::hasAvx2()) return differencePlain(first, second, count);
+  return placeByBlocks(first, second, count);
+}
+
+// -1 or 1 for two elements that differ.
+inline int32_t order(uint8_t first, uint8_t second) {
+  return first < second ? -1 : 1;
+}
+inline int32_t order(VQChar first, VQChar second) {
+  return static_cast<int32_t>(first - second) < 0 ? -1 : 1;
+}
+
+template <class Element>
+inline int32_t orderAt(uint64_t place, const Element* first, const Element* second, uint64_t count) {
+  return place == count ? 0 : order(first[place], second[place]);
+}
+
+template <class Element>
+VQ_TARGET_AVX2 int32_t orderByBlocks(const Element* first, const Element* second, uint64_t count) {
+  return orderAt(differenceByBlocks(first, second, count), first, second, count);
+}
+
+template <class Element>
+inline int32_t orderOf(const Element* first, const Element* second, uint64_t count) {
+  if (!cpu::hasAvx2()) return orderAt(differencePlain(first, second, count), first, second, count);
+  return orderByBlocks(first, second, count);
+}
+
+}  // namespace
+
+uint64_t firstDifference(const uint8_t* first, const uint8_t* second, uint64_t count) {
+  return placeOf(first, second, count);
+}
+uint64_t firstDifference(const VQChar* first, const VQChar* second, uint64_t count) {
+  return placeOf(first, second, count);
+}
+
+}  // namespace vq::text
+
+int32_t mhMemCmp(const void* first, const void* second, uint64_t count) {
+  return vq::text::orderOf(static_cast<const uint8_t*>(first), static_cast<const uint8_t*>(second), count);
+}
+
+int32_t mhWMemCmp(const VQChar* first, const VQChar* second, uint64_t count) {
+  return vq::text::orderOf(first, second, count);
+}

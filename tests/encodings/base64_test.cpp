@@ -1,0 +1,423 @@
+// Base64: the codec against the rules taken one character at a time, on every level of the processor.
+#include <gmock/gmock.h>
+
+#include <optional>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "encodings/base64_codec.hpp"
+#include "support/fault_injector.hpp"
+#include "support/guarded_buffer.hpp"
+#include "text/cpu_levels.hpp"
+#include "vqstring.h"
+
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+
+// ---- The rules, element by element ----
+
+int valueOf(char32_t character, bool isUrl) {
+  if (character >= 'A' && character <= 'Z') return static_cast<int>(character - 'A');
+  if (character >= 'a' && character <= 'z') return static_cast<int>(character - 'a') + 26;
+  if (character >= '0' && character <= '9') return static_cast<int>(character - '0') + 52;
+  if (character == (isUrl ? '-' : '+')) return 62;
+  if (character == (isUrl ? '_' : '/')) return 63;
+  return -1;
+}
+
+// Values of a group into bytes; a single one fills the upper six bits of a byte.
+void appendGroup(Bytes& bytes, const std::vector<int>& values) {
+  unsigned bits = 0;
+  for (size_t i = 0; i < 4; ++i) bits = bits << 6 | static_cast<unsigned>(i < values.size() ? values[i] : 0);
+  const size_t count = values.size() == 4 ? 3 : values.size() == 3 ? 2 : values.empty() ? 0 : 1;
+  for (size_t i = 0; i < count; ++i) bytes.push_back(static_cast<uint8_t>(bits >> (16 - 8 * i)));
+}
+
+std::optional<Bytes> naiveWide(const std::u32string& text, bool isUrl) {
+  Bytes bytes;
+  std::vector<int> group;
+  for (const char32_t character : text) {
+    if (character == U'\t' || character == U'\n' || character == U' ') continue;
+    if (character == U'=') break;
+    const int value = valueOf(character, isUrl);
+    if (value < 0) return std::nullopt;
+    group.push_back(value);
+    if (group.size() == 4) {
+      appendGroup(bytes, group);
+      group.clear();
+    }
+  }
+  appendGroup(bytes, group);
+  return bytes;
+}
+
+std::optional<Bytes> naiveU8(const std::string& text, bool isUrl) {
+  Bytes bytes;
+  size_t at = 0, left = text.size();
+  for (;;) {
+    if (left == 0) return bytes;
+    if (left >= 4) {
+      const auto window = std::string_view(text).substr(at, 4);
+      const auto padding = static_cast<size_t>(std::count(window.begin(), window.end(), '='));
+      if (left > 4 && padding != 0) return std::nullopt;
+      if (left == 4 && (left -= padding) == 0) return bytes;
+    }
+    std::vector<int> group;
+    while (group.size() < 4) {
+      while (left != 0 && text[at] == '\n') ++at, --left;
+      if (left == 0) break;
+      const int value = valueOf(static_cast<unsigned char>(text[at]), isUrl);
+      if (value < 0) return std::nullopt;
+      group.push_back(value);
+      ++at, --left;
+    }
+    appendGroup(bytes, group);
+  }
+}
+
+std::string naiveEncoded(const Bytes& bytes, bool isUrl, bool pad, bool wrap) {
+  const std::string alphabet =
+      std::string("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789") + (isUrl ? "-_" : "+/");
+  std::string text;
+  size_t onLine = 0;
+  for (size_t i = 0; i < bytes.size(); i += 3) {
+    const size_t count = std::min<size_t>(3, bytes.size() - i);
+    unsigned bits = 0;
+    for (size_t k = 0; k < 3; ++k) bits = bits << 8 | (k < count ? bytes[i + k] : 0u);
+    for (size_t k = 0; k < 4; ++k) {
+      if (k <= count) {
+        text += alphabet[bits >> (18 - 6 * k) & 63];
+      } else if (pad) {
+        text += '=';
+      }
+    }
+    if (wrap && (onLine += 4) == 76) {
+      text += '\n';
+      onLine = 0;
+    }
+  }
+  return text;
+}
+
+Bytes randomBytes(std::mt19937& random, size_t count) {
+  Bytes bytes(count);
+  for (uint8_t& byte : bytes) byte = static_cast<uint8_t>(random());
+  return bytes;
+}
+
+std::u32string widened(const std::string& text) {
+  std::u32string wide;
+  for (const char c : text) wide += static_cast<unsigned char>(c);
+  return wide;
+}
+
+// ---- The operations ----
+
+class Base64 : public test::HostTest {
+ protected:
+  std::string encode(const Bytes& bytes, bool isUrl, uint8_t pad, uint8_t wrap) {
+    VQU8String* made = nullptr;
+    const auto operation = isUrl ? vqU8StringEncodeBase64URL : vqU8StringEncodeBase64;
+    EXPECT_EQ(operation(service(), bytes.data(), bytes.size(), pool(), &made, pad, wrap), 0u);
+    std::string text(made->text, made->length);
+    EXPECT_EQ(made->text[made->length], 0);
+    EXPECT_GE(made->capacity, bytes.empty() ? 0 : bytes.size() + bytes.size() / 3 + bytes.size() / 76 + 11);
+    vqU8StringDestroy(made);
+    return text;
+  }
+  std::u32string encodeWide(const Bytes& bytes, bool isUrl, uint8_t pad, uint8_t wrap) {
+    // The old contents of the out pointer are not a string to refill.
+    VQString* made = reinterpret_cast<VQString*>(1);
+    const auto operation = isUrl ? vqStringEncodeBase64URL : vqStringEncodeBase64;
+    EXPECT_EQ(operation(service(), bytes.data(), bytes.size(), pool(), &made, pad, wrap), 0u);
+    std::u32string text(made->text, static_cast<size_t>(made->length));
+    vqStringDestroy(made);
+    return text;
+  }
+
+  // What a decoder hands out; nothing when it refuses the text.
+  std::optional<Bytes> taken(VQStatus status, uint8_t* bytes, uint64_t count) {
+    if (status != 0) {
+      EXPECT_EQ(status, VQSTATUS_BAD_ARGUMENT);
+      EXPECT_EQ(bytes, nullptr);
+      return std::nullopt;
+    }
+    Bytes result(bytes, bytes + count);
+    if (bytes != nullptr) pool()->poolFree(pool(), bytes);
+    return result;
+  }
+  std::optional<Bytes> decodeAt(const char* text, size_t length, bool isUrl) {
+    VQU8String string;
+    vqU8StringInitStatic(service(), &string, pool(), text, static_cast<int64_t>(length));
+    uint8_t* bytes = nullptr;
+    uint64_t count = 0;
+    const VQStatus status =
+        (isUrl ? vqU8StringDecodeBase64URL : vqU8StringDecodeBase64)(&string, pool(), &bytes, &count);
+    return taken(status, bytes, count);
+  }
+  std::optional<Bytes> decode(const std::string& text, bool isUrl) {
+    const test::GuardedBuffer<char> guarded{std::span<const char>(text)};
+    return decodeAt(guarded.data(), text.size(), isUrl);
+  }
+  std::optional<Bytes> decode(const std::u32string& text, bool isUrl) {
+    const test::GuardedBuffer<char32_t> guarded{std::span<const char32_t>(text)};
+    VQString string;
+    vqStringInitStatic(service(), &string, pool(), guarded.data(), static_cast<int64_t>(text.size()));
+    uint8_t* bytes = nullptr;
+    uint64_t count = 0;
+    const VQStatus status =
+        (isUrl ? vqStringDecodeBase64URL : vqStringDecodeBase64)(&string, pool(), &bytes, &count);
+    return taken(status, bytes, count);
+  }
+};
+
+TEST_F(Base64, PublishedVectors) {
+  const struct {
+    std::string bytes, text;
+  } vectors[] = {{"", ""},
+                 {"f", "Zg=="},
+                 {"fo", "Zm8="},
+                 {"foo", "Zm9v"},
+                 {"foob", "Zm9vYg=="},
+                 {"fooba", "Zm9vYmE="},
+                 {"foobar", "Zm9vYmFy"}};
+  for (const auto& [plain, text] : vectors) {
+    const Bytes bytes(plain.begin(), plain.end());
+    EXPECT_EQ(encode(bytes, false, 1, 0), text);
+    EXPECT_EQ(encodeWide(bytes, true, 1, 0), widened(text));
+    EXPECT_EQ(decode(text, false), bytes);
+    EXPECT_EQ(decode(widened(text), true), bytes);
+  }
+}
+
+// Every input of up to three bytes, in both alphabets.
+TEST_F(Base64, ShortInputsComeBack) {
+  for (const bool isUrl : {false, true}) {
+    for (uint32_t number = 0; number < 0x10100; ++number) {
+      Bytes bytes{static_cast<uint8_t>(number)};
+      if (number >= 0x100)
+        bytes = {static_cast<uint8_t>(number - 0x100), static_cast<uint8_t>((number - 0x100) >> 8)};
+      const std::string text = encode(bytes, isUrl, number % 2, 0);
+      ASSERT_EQ(text, naiveEncoded(bytes, isUrl, number % 2, false));
+      ASSERT_EQ(decodeAt(text.data(), text.size(), isUrl), bytes);
+    }
+    // The inputs of three bytes in runs of 65536.
+    const vq::base64::Alphabet& alphabet = isUrl ? vq::base64::urlSafe : vq::base64::standard;
+    constexpr size_t groups = 0x10000;
+    Bytes bytes(3 * groups), back(3 * groups);
+    std::string text(4 * groups, 0);
+    for (uint32_t first = 0; first < 0x100; ++first) {
+      for (size_t i = 0; i < groups; ++i) {
+        bytes[3 * i] = static_cast<uint8_t>(first);
+        bytes[3 * i + 1] = static_cast<uint8_t>(i >> 8);
+        bytes[3 * i + 2] = static_cast<uint8_t>(i);
+      }
+      vq::base64::encodeGroups(alphabet, bytes.data(), groups, text.data());
+      ASSERT_TRUE(text == naiveEncoded(bytes, isUrl, true, false));
+      ASSERT_EQ(vq::base64::decodeGroups(alphabet, text.data(), groups, back.data()), groups);
+      ASSERT_EQ(back, bytes);
+    }
+  }
+}
+
+TEST_F(Base64, EncodesEveryLengthOnEveryLevel) {
+  std::mt19937 random(4648);
+  test::atEveryLevel([&] {
+    for (size_t size = 1; size < 240; ++size) {
+      const Bytes bytes = randomBytes(random, size);
+      const test::GuardedBuffer<uint8_t> guarded{std::span<const uint8_t>(bytes)};
+      VQU8String* made = nullptr;
+      ASSERT_EQ(vqU8StringEncodeBase64(service(), guarded.data(), size, nullptr, &made, 1, size % 2), 0u);
+      ASSERT_EQ(std::string(made->text, made->length), naiveEncoded(bytes, false, true, size % 2)) << size;
+      vqU8StringDestroy(made);
+      ASSERT_EQ(encode(bytes, true, 0, 1), naiveEncoded(bytes, true, false, true)) << size;
+      ASSERT_EQ(encodeWide(bytes, true, 2, 2), widened(naiveEncoded(bytes, true, false, false))) << size;
+    }
+    // The line feeds of a long text outgrow the simple sum.
+    const Bytes bytes = randomBytes(random, 100'000);
+    ASSERT_EQ(encode(bytes, false, 1, 1), naiveEncoded(bytes, false, true, true));
+  });
+}
+
+TEST_F(Base64, CodecWritesInsideItsBounds) {
+  std::mt19937 random(7);
+  test::atEveryLevel([&] {
+    for (size_t groups = 0; groups < 70; ++groups) {
+      const Bytes bytes = randomBytes(random, 3 * groups);
+      for (const test::Edge edge : {test::Edge::behind, test::Edge::before}) {
+        const test::GuardedBuffer<uint8_t> source(std::span<const uint8_t>(bytes), edge);
+        const test::GuardedBuffer<char> text(4 * groups, edge);
+        vq::base64::encodeGroups(vq::base64::urlSafe, source.data(), groups, text.data());
+        const std::string expected = naiveEncoded(bytes, true, false, false);
+        ASSERT_EQ(std::string(text.begin(), text.end()), expected);
+        const test::GuardedBuffer<uint8_t> back(3 * groups, edge);
+        ASSERT_EQ(vq::base64::decodeGroups(vq::base64::urlSafe, text.data(), groups, back.data()), groups);
+        ASSERT_TRUE(std::equal(back.begin(), back.end(), bytes.begin()));
+        const std::u32string wide = widened(expected);
+        const test::GuardedBuffer<char32_t> wideText(std::span<const char32_t>(wide), edge);
+        std::fill(back.begin(), back.end(), uint8_t{0});
+        ASSERT_EQ(vq::base64::decodeGroups(vq::base64::urlSafe, wideText.data(), groups, back.data()),
+                  groups);
+        ASSERT_TRUE(std::equal(back.begin(), back.end(), bytes.begin()));
+      }
+    }
+  });
+}
+
+// Every byte value in every place of a vector, and wide characters whose low byte would pass.
+TEST_F(Base64, RefusesWhatIsNoCharacter) {
+  const std::string clean(44, 'Q');
+  test::atEveryLevel([&] {
+    for (const bool isUrl : {false, true}) {
+      for (int byte = 0; byte < 256; ++byte) {
+        for (const size_t place : {0u, 17u, 31u, 33u, 43u}) {
+          std::string text = clean;
+          text[place] = static_cast<char>(byte);
+          ASSERT_EQ(decode(text, isUrl), naiveU8(text, isUrl)) << byte << " at " << place;
+          ASSERT_EQ(decode(widened(text), isUrl), naiveWide(widened(text), isUrl)) << byte << " at " << place;
+        }
+      }
+      for (const char32_t character : {0x141u, 0x8041u, 0x10041u, 0x7FFF0041u, 0x80000041u, 0xFFFFFF41u}) {
+        for (size_t place = 0; place < clean.size(); ++place) {
+          std::u32string text = widened(clean);
+          text[place] = character;
+          ASSERT_EQ(decode(text, isUrl), std::nullopt) << std::hex << +character << " at " << place;
+        }
+      }
+    }
+  });
+}
+
+// Encoded text, wrapped or not, with a few elements changed, added and taken away.
+TEST_F(Base64, DamagedTextDecodesByTheRules) {
+  std::mt19937 random(20160621);
+  const std::u32string damage = U"==\n\n\n\t  \r+/-_AQz09.";
+  test::atEveryLevel([&] {
+    size_t accepted = 0;
+    for (int round = 0; round < 4'000; ++round) {
+      const bool isUrl = random() % 2 != 0;
+      std::string text = naiveEncoded(randomBytes(random, random() % 130), isUrl, random() % 2, random() % 2);
+      for (size_t changes = random() % 4; changes != 0; --changes) {
+        const size_t place = text.empty() || random() % 2
+                                 ? text.size() - std::min<size_t>(text.size(), random() % 6)
+                                 : random() % text.size();
+        const auto character = static_cast<char>(damage[random() % damage.size()]);
+        if (random() % 3 == 0) {
+          text.erase(place, 1);
+        } else if (random() % 2 == 0 && place < text.size()) {
+          text[place] = character;
+        } else {
+          text.insert(place, 1, character);
+        }
+      }
+      ASSERT_EQ(decode(text, isUrl), naiveU8(text, isUrl)) << text;
+      ASSERT_EQ(decode(widened(text), isUrl), naiveWide(widened(text), isUrl)) << text;
+      accepted += naiveU8(text, isUrl).has_value();
+    }
+    // Both outcomes are met often enough to mean something.
+    EXPECT_GT(accepted, 800u);
+    EXPECT_LT(accepted, 3'200u);
+  });
+}
+
+// What the two families make of padding, blanks and cut-off groups. A count of -1: refused.
+TEST_F(Base64, FamiliesDiffer) {
+  const struct {
+    const char* text;
+    int u8, wide;
+  } cases[] = {
+      {"QQ==", 1, 1},       {"QQ", 1, 1},         {"Q", 1, 1},          {"====", 0, 0},
+      {"QQ=", -1, 1},       {"Q=Q=", -1, 1},      {"QQ==\n", -1, 1},    {"QUJD\nQQ==", -1, 4},
+      {"Q Q = =", -1, 1},   {"QUJD=QUJD", -1, 3}, {"QUJD=!!!!", -1, 3}, {" \t\n ", -1, 0},
+      {"\n\n", 0, 0},       {"QUJD\nQUJD", 6, 6}, {"QUJD\n", 3, 3},     {"QUJD\r\n", -1, -1},
+      {"Q\nU\nJ\nD", 3, 3}, {"QU=D", -1, 1},      {"!UJD", -1, -1},     {"QUJDQUJ!", -1, -1},
+  };
+  for (const auto& [text, u8, wide] : cases) {
+    const std::optional<Bytes> narrow = decode(std::string(text), false);
+    EXPECT_EQ(narrow ? static_cast<int>(narrow->size()) : -1, u8) << text;
+    const std::optional<Bytes> broad = decode(widened(text), false);
+    EXPECT_EQ(broad ? static_cast<int>(broad->size()) : -1, wide) << text;
+  }
+  EXPECT_EQ(decode(std::string("Q"), false), Bytes{0x40});
+}
+
+TEST_F(Base64, AnEmptyTextGivesNoBlock) {
+  uint8_t byte = 0;
+  uint8_t* bytes = &byte;
+  uint64_t count = 1;
+  VQU8String narrow;
+  vqU8StringInitStatic(service(), &narrow, pool(), nullptr, 0);
+  EXPECT_EQ(vqU8StringDecodeBase64(&narrow, pool(), &bytes, &count), 0u);
+  EXPECT_EQ(bytes, nullptr);
+  EXPECT_EQ(count, 0u);
+  bytes = &byte;
+  count = 1;
+  VQString wide;
+  vqStringInitStatic(service(), &wide, pool(), nullptr, 0);
+  EXPECT_EQ(vqStringDecodeBase64URL(&wide, pool(), &bytes, &count), 0u);
+  EXPECT_EQ(bytes, nullptr);
+  EXPECT_EQ(count, 0u);
+}
+
+class Base64Faults : public test::FaultTest {};
+
+TEST_F(Base64Faults, EncodersLeaveTheTarget) {
+  const Bytes bytes(1500, 1);
+  VQU8String* const untouched = reinterpret_cast<VQU8String*>(1);
+  VQU8String* narrow = untouched;
+  forEveryFault(
+      [&] {
+        narrow = untouched;
+        const VQStatus status =
+            vqU8StringEncodeBase64(service(), bytes.data(), bytes.size(), faultyPool(), &narrow, 1, 1);
+        if (status == 0) vqU8StringDestroy(narrow);
+        return status;
+      },
+      [&](VQStatus status, const test::Fault&) {
+        EXPECT_EQ(status, VQSTATUS_NO_MEMORY);
+        EXPECT_EQ(narrow, untouched);
+      });
+  VQString* const untouchedWide = reinterpret_cast<VQString*>(1);
+  VQString* wide = untouchedWide;
+  EXPECT_EQ(forEveryFault(
+                [&] {
+                  wide = untouchedWide;
+                  const VQStatus status =
+                      vqStringEncodeBase64(service(), bytes.data(), bytes.size(), faultyPool(), &wide, 1, 0);
+                  if (status == 0) vqStringDestroy(wide);
+                  return status;
+                },
+                [&](VQStatus status, const test::Fault& fault) {
+                  const bool isStatus = fault.call == test::measureConversion || fault.call == test::convert;
+                  EXPECT_EQ(status, isStatus                               ? test::injectedStatus
+                                    : fault.call == test::createTranscoder ? VQSTATUS_NO_CONVERTER
+                                                                           : VQSTATUS_NO_MEMORY);
+                  // Record and block of the temporary come first.
+                  EXPECT_EQ(wide, fault.number <= 2 ? untouchedWide : nullptr);
+                }),
+            0u);
+}
+
+TEST_F(Base64Faults, DecodersWithoutMemory) {
+  VQU8String narrow;
+  vqU8StringInitStatic(service(), &narrow, faultyPool(), "QUJD", 4);
+  uint8_t* bytes = nullptr;
+  uint64_t count = 77;
+  forEveryFault(
+      [&] {
+        bytes = reinterpret_cast<uint8_t*>(1);
+        count = 77;
+        const VQStatus status = vqU8StringDecodeBase64(&narrow, faultyPool(), &bytes, &count);
+        if (status == 0) faultyPool()->poolFree(faultyPool(), bytes);
+        return status;
+      },
+      [&](VQStatus status, const test::Fault&) {
+        EXPECT_EQ(status, VQSTATUS_NO_MEMORY);
+        EXPECT_EQ(bytes, nullptr);
+        EXPECT_EQ(count, 77u);
+      });
+}
+
+}  // namespace
