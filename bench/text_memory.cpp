@@ -18,7 +18,7 @@ struct Length {
   const char* name;
   size_t count;
 };
-constexpr Length lengths[] = {{"8", 8}, {"64", 64}, {"1Ki", 1 << 10}, {"1Mi", 1 << 20}};
+constexpr Length lengths[] = {{"8", 8}, {"64", 64}, {"200", 200}, {"1Ki", 1 << 10}, {"1Mi", 1 << 20}};
 
 // A subject under one implementation: `prepare` gives the operation on `count` elements.
 template <class Operation>

@@ -252,8 +252,7 @@ void addOutputOptions(CLI::App& command, CheckOptions& options) {
   command.add_option("--summary", options.summaryFile, "Write the counts as JSON; vqs summary adds them up")
       ->type_name("FILE")
       ->group("Output");
-  command.add_flag("--progress,!--no-progress", options.progress, "Show progress; default on a terminal")
-      ->group("Output");
+  addProgressOption(command, options.progress)->group("Output");
   command.add_flag("-q,--quiet", options.isQuiet, "No list and no summary: the exit code says it all")
       ->group("Output");
 }

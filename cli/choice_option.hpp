@@ -1,7 +1,8 @@
-// An option that takes one of a few words.
+// Options that several commands have in the same form: one of a few words, progress or not.
 #pragma once
 
 #include <map>
+#include <optional>
 #include <string>
 
 #include <CLI/CLI.hpp>
@@ -20,6 +21,14 @@ CLI::Option* addChoice(CLI::App& command, const std::string& name, Choice& choic
     return true;
   };
   return command.add_option(name, choose, help)->type_name(list);
+}
+
+// `progress` stays empty when neither flag is given.
+inline CLI::Option* addProgressOption(CLI::App& command, std::optional<bool>& progress) {
+  command.add_flag_callback("--no-progress", [&progress] { progress = false; })->group("");
+  return command.add_flag_callback(
+      "--progress", [&progress] { progress = true; },
+      "Show progress; default on a terminal, --no-progress is against it");
 }
 
 }  // namespace vqs

@@ -261,7 +261,7 @@ void addConvert(CLI::App& app, Session& session) {
             {{"stop", OnError::Stop}, {"replace", OnError::Replace}, {"skip", OnError::Skip}},
             "At what cannot be converted: stop (default), write U+FFFD or a question mark, leave it out");
   command->add_option("-o,--output", options->output, "Write to a file")->type_name("FILE");
-  command->add_flag("--progress,!--no-progress", options->progress, "Show progress; default on a terminal");
+  addProgressOption(*command, options->progress);
   command->final_callback([&session, options] {
     if (options->files.empty()) options->files.push_back("-");
     session.exitCode = convert(session, *options);
