@@ -10,9 +10,15 @@
 
 namespace {
 
+<<<<<<< HEAD
 constexpr auto families = {vqs::addCheck,   vqs::addSummaryCommand, vqs::addFind,
                            vqs::addReplace, vqs::addTrim,           vqs::addTokens,
                            vqs::addCompare, vqs::addConvert,        vqs::addEncodings};
+=======
+constexpr auto families = {vqs::addCheck,     vqs::addConvert, vqs::addSummaryCommand,
+                           vqs::addEncodings, vqs::addUrl,     vqs::addBase64,
+                           vqs::addName};
+>>>>>>> refs/heads/encodings
 
 const char* const introduction =
     "Checks, converts and rewrites text by way of the vqstring service.\n"
