@@ -12,9 +12,9 @@
 
 #include <CLI/CLI.hpp>
 
-#include "choice_option.hpp"
 #include "encoding_option.hpp"
 #include "escape.hpp"
+#include "options.hpp"
 #include "progress.hpp"
 #include "record_source.hpp"
 #include "session.hpp"
@@ -252,7 +252,7 @@ void addConvert(CLI::App& app, Session& session) {
   CLI::App* command = app.add_subcommand("convert", "Convert files from one encoding to another");
   command->description(explanation);
   command->footer(examples);
-  command->add_option("FILE", options->files, "Files to read; none or -: standard input")->type_name("");
+  addFiles(*command, options->files);
   command->add_option("-f,--from", options->from, "Encoding of the input; vqs encodings lists the names")
       ->type_name("NAME")
       ->required();
@@ -261,7 +261,7 @@ void addConvert(CLI::App& app, Session& session) {
             {{"stop", OnError::Stop}, {"replace", OnError::Replace}, {"skip", OnError::Skip}},
             "At what cannot be converted: stop (default), write U+FFFD or a question mark, leave it out");
   command->add_option("-o,--output", options->output, "Write to a file")->type_name("FILE");
-  command->add_flag("--progress,!--no-progress", options->progress, "Show progress; default on a terminal");
+  addProgressOption(*command, options->progress);
   command->final_callback([&session, options] {
     if (options->files.empty()) options->files.push_back("-");
     session.exitCode = convert(session, *options);

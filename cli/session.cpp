@@ -11,6 +11,30 @@ std::string statusNumber(VQStatus status) {
   return text;
 }
 
+// What a user of the tool is likely to meet, for a kernel that has no words of its own.
+const char* plainWords(VQStatus status) {
+  switch (status) {
+    case VQSTATUS_NO_MEMORY:
+      return "out of memory";
+    case VQSTATUS_BAD_SEQUENCE:
+      return "ill-formed text";
+    case VQSTATUS_SHORT_SEQUENCE:
+      return "text ends inside a character";
+    case VQHOST_STATUS_PATTERN:
+      return "not a regular expression";
+    case VQHOST_STATUS_REGEX_TIME:
+      return "the search took longer than --time-limit allows";
+    case VQHOST_STATUS_REGEX_STACK:
+      return "the search needed too much memory for backtracking";
+    case VQHOST_STATUS_TEXT_TOO_LONG:
+      return "too long for a regular expression";
+    case VQHOST_STATUS_EXTENSION:
+      return "its shared library was not found or does not start";
+    default:
+      return nullptr;
+  }
+}
+
 }  // namespace
 
 Session::~Session() {
@@ -76,6 +100,7 @@ std::string Session::statusText(VQStatus status) {
       }
     }
   }
+  if (const char* words = plainWords(status)) return std::string(words) + " (" + statusNumber(status) + ")";
   return "status " + statusNumber(status);
 }
 
