@@ -20,6 +20,7 @@
 namespace vq::host {
 
 class Extensions;
+class StatusTexts;
 struct InstanceExtension;
 struct Nls;
 struct Pool;
@@ -47,6 +48,7 @@ struct Kernel : VQKernel {
   VQFormatContextOwner contextOwner{};
   VQFormatContext context{};
   VQFormatContext* currentContext = nullptr;
+  std::unique_ptr<StatusTexts> statusTexts;
 
   std::mutex poolsMutex;
   std::set<Pool*> pools;

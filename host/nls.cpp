@@ -125,6 +125,8 @@ Nls::Nls(Kernel& owner) : VQNls{}, kernel(owner), icu(owner) {
   installLocale(*this);
 }
 
+Nls::~Nls() = default;
+
 std::unique_ptr<Nls> createNls(Kernel& kernel) {
   return std::make_unique<Nls>(kernel);
 }

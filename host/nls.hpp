@@ -8,13 +8,17 @@
 
 namespace vq::host {
 
+struct Locale;
+
 struct Nls : VQNls {
   explicit Nls(Kernel& owner);
+  ~Nls();
 
   static Nls& of(VQNls* nls) { return *static_cast<Nls*>(nls); }
 
   Kernel& kernel;
   IcuAccess icu;
+  std::unique_ptr<Locale> defaultLocale;
 };
 
 std::unique_ptr<Nls> createNls(Kernel& kernel);

@@ -55,7 +55,7 @@ export function characterClasses({ category }) {
 }
 
 // The second stage holds a bit for each class. The table ends with the last block that has a member. Blocks of
-// 128 give the smallest table whose first stage is bytes.
+// 128 give the smallest table.
 function stagesOf(classes) {
   const size = 128;
   const end = Math.ceil((Math.max(...classes.map(({ ranges }) => ranges.at(-1)[1])) + 1) / size) * size;
@@ -66,6 +66,6 @@ function stagesOf(classes) {
     }
   });
   const stages = share(bits, size);
-  assert(stages.different <= 256);
+  assert(stages.stage2.length <= 65536);
   return { ...stages, size, end };
 }

@@ -49,6 +49,14 @@ VQ_BEGIN_DECLS
 #define VQHOST_STATUS_EXTENSION ((VQStatus)0x80410009u)
 /* An extension was built for another version of the kernel interface. */
 #define VQHOST_STATUS_EXTENSION_VERSION ((VQStatus)0x8041000au)
+/* A format has a conversion that there is none of, or ends inside one. */
+#define VQHOST_STATUS_FORMAT ((VQStatus)0x80410020u)
+/* ICU has no locale of the name. */
+#define VQHOST_STATUS_LOCALE ((VQStatus)0x80410021u)
+/* A text is no number, date or time of the locale, or goes on behind one. */
+#define VQHOST_STATUS_LOCALE_TEXT ((VQStatus)0x80410022u)
+/* The number in a text does not fit the type that was asked for. */
+#define VQHOST_STATUS_LOCALE_RANGE ((VQStatus)0x80410023u)
 
 /* ---- the kernel ---- */
 
@@ -175,12 +183,12 @@ VQ_API uint64_t vqhostConverterReplace(VQHostConverter* converter, void* target,
 
 /* ---- ICU ---- */
 
-/* Regular expressions follow ICU's syntax; blanks in a pattern are literal. A subject that is ill-formed gives
- * VQSTATUS_BAD_SEQUENCE or VQSTATUS_SHORT_SEQUENCE from the first search, whether or not it could match; one of
- * more than 2^31 - 1 bytes gives VQHOST_STATUS_TEXT_TOO_LONG. */
+/* Regular expressions follow ICU's syntax; blanks in a pattern are literal. A subject that is ill-formed
+ * gives VQSTATUS_BAD_SEQUENCE or VQSTATUS_SHORT_SEQUENCE from the first search, whether or not it could
+ * match; one of more than 2^31 - 1 bytes gives VQHOST_STATUS_TEXT_TOO_LONG. */
 
-/* Normalisation forms: the mode word of icuNormalize. Its options word is not looked at. A target without room
- * gives VQSTATUS_RETRY_LARGER and the length needed; nothing is terminated. */
+/* Normalisation forms: the mode word of icuNormalize. Its options word is not looked at. A target without
+ * room gives VQSTATUS_RETRY_LARGER and the length needed; nothing is terminated. */
 #define VQHOST_NFC 0u
 #define VQHOST_NFD 1u
 #define VQHOST_NFKC 2u
@@ -192,7 +200,8 @@ VQ_API uint64_t vqhostConverterReplace(VQHostConverter* converter, void* target,
 /* ---- instances ---- */
 
 /* Each maker stores a new instance of one reference, in `pool` or (null) in a pool of the kernel's own; it is
- * given back with its instanceRelease. Their instanceClone copies them, their instanceValidate accepts all. */
+ * given back with its instanceRelease. Their instanceClone copies them, their instanceValidate accepts all.
+ */
 VQ_API VQStatus vqhostCreateBoolean(VQKernel* kernel, VQPool* pool, uint8_t value, VQInstance** instance);
 VQ_API VQStatus vqhostCreateInt32(VQKernel* kernel, VQPool* pool, int32_t value, VQInstance** instance);
 VQ_API VQStatus vqhostCreateInt64(VQKernel* kernel, VQPool* pool, int64_t value, VQInstance** instance);
@@ -230,6 +239,71 @@ VQ_API VQStatus vqhostConstraintSetUnsigned(VQInstance* constraint, const VQChar
                                             uint64_t value);
 VQ_API VQStatus vqhostConstraintSetInstance(VQInstance* constraint, const VQChar* name, int64_t nameLength,
                                             VQInstance* value);
+
+/* ---- formats and status texts ---- */
+
+/* Formats are those of printf over wide text, in kernelFormatBuff and in status texts alike:
+ *
+ *   %d %i %u %o %x %X   int, or by hh h l ll j z t
+ *   %f %e %g %a         double, or long double by L; also in capitals
+ *   %c %lc              a code point, given as int
+ *   %s %hs              zero-terminated UTF-8 text; ill-formed text is VQSTATUS_BAD_SEQUENCE or
+ *                       VQSTATUS_SHORT_SEQUENCE
+ *   %ls %S              zero-terminated wide text
+ *   %p, %%              a pointer, and the sign itself
+ *
+ * with the flags - + blank # 0, a width and a precision, each also by *. Widths and precisions of texts count
+ * elements of the result. Anything else, %n among it, is VQHOST_STATUS_FORMAT. Numbers are written the same
+ * in every locale.
+ *
+ * This host keeps no place to render to: kernelCapture, kernelRender and kernelRenderFmt answer
+ * VQSTATUS_UNSUPPORTED. */
+
+/* A context of its own for formats and status texts. The kernel has one already, which is its current
+ * context. */
+VQ_API VQStatus vqhostCreateFormatContext(VQKernel* kernel, VQFormatContext** context);
+/* Ends a context and the texts that were set for it. Null does nothing. */
+VQ_API void vqhostDestroyFormatContext(VQFormatContext* context);
+
+/* Sets the text of a status in a context, or (null) in all contexts that have none of their own. The text is
+ * a format, whose conversions are the inserts of the message; it is copied. A null text takes away what was
+ * set. Without a text set here a status has the built-in one, which takes no inserts: there is one for every
+ * status of the library and the host. */
+VQ_API VQStatus vqhostSetStatusText(VQKernel* kernel, VQFormatContext* context, VQStatus status,
+                                    const VQChar* text, int64_t length);
+
+/* ---- locales ---- */
+
+/* How a number is written: options of localeFormatDouble, localeU8DoubleFormat and the integer formats.
+ * Without any the number is written with the locale's grouping, a double with exactly `digits` digits behind
+ * the point. The library itself asks for doubles with a width of 32 and SHORTEST | ALIGN_RIGHT (0x40800). */
+#define VQHOST_NUMBER_NO_GROUPING 0x1u
+/* Mantissa and exponent. */
+#define VQHOST_NUMBER_SCIENTIFIC 0x2u
+/* As many digits as it takes to read the same double back; `digits` is not looked at. A number longer than
+ * the width, if that is not 0, is written as with SCIENTIFIC. */
+#define VQHOST_NUMBER_SHORTEST 0x800u
+/* Blanks in front up to the width. */
+#define VQHOST_NUMBER_ALIGN_RIGHT 0x40000u
+
+/* How a date, time or date-time is written, and read. 0 is the locale's medium style. */
+#define VQHOST_DATE_SHORT 1u /* with two digits of the year in many locales */
+#define VQHOST_DATE_LONG 2u
+#define VQHOST_DATE_FULL 3u
+
+/* A locale by its ICU name, such as "de_CH" or "th_TH@calendar=buddhist". All its operations may be called
+ * from all threads. Dates are days of the proleptic Gregorian calendar, shown in the locale's own; times have
+ * no zone.
+ *
+ * A text to be read must be a number, date or time as a whole, but for blanks around it; else
+ * VQHOST_STATUS_LOCALE_TEXT, or VQHOST_STATUS_LOCALE_RANGE for an integer that does not fit. A buffer that is
+ * too small gives VQSTATUS_RETRY_LARGER with the length needed; a date that does not exist, or a value that
+ * is no number where a date is asked for, VQSTATUS_BAD_ARGUMENT. */
+VQ_API VQStatus vqhostCreateLocale(VQKernel* kernel, const char* name, VQLocale** locale);
+/* Null does nothing. The default locale is the kernel's, and is not given back. */
+VQ_API void vqhostDestroyLocale(VQLocale* locale);
+/* The ICU name of a locale, which lives as long as the locale. */
+VQ_API const char* vqhostLocaleName(VQLocale* locale);
 
 VQ_END_DECLS
 

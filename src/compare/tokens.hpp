@@ -87,9 +87,10 @@ template <Ending ending, class Tokenizer, class Element, class Token>
   return match.index;
 }
 
-// One call of a list operation: the index of the delimiter, -1 for the last token and for none.
+// One call of a list operation: the index of the delimiter, -1 for the last token and for none. Out of line,
+// so that an operation can choose between matchers before it needs a frame.
 template <Ending ending, class Tokenizer, class Matcher, class Token>
-int32_t nextIndex(Tokenizer* tokenizer, const Matcher& matcher, Token* token) {
+[[gnu::noinline]] int32_t nextIndex(Tokenizer* tokenizer, const Matcher& matcher, Token* token) {
   if (tokenizer->source == nullptr) return -1;
   const auto rest = restOf(tokenizer);
   return handOut<ending>(tokenizer, rest, matcher.find(rest), token);
@@ -97,9 +98,10 @@ int32_t nextIndex(Tokenizer* tokenizer, const Matcher& matcher, Token* token) {
 
 // One call of any other operation: the token, null when there is none.
 template <Ending ending, class Tokenizer, class Matcher, class Token>
-Token* nextToken(Tokenizer* tokenizer, const Matcher& matcher, Token* token) {
+[[gnu::noinline]] Token* nextToken(Tokenizer* tokenizer, const Matcher& matcher, Token* token) {
   if (tokenizer->source == nullptr) return nullptr;
-  nextIndex<ending>(tokenizer, matcher, token);
+  const auto rest = restOf(tokenizer);
+  handOut<ending>(tokenizer, rest, matcher.find(rest), token);
   return token;
 }
 

@@ -6,17 +6,17 @@
 
 namespace vq::text {
 
-inline uint32_t isInClass(VQChar c, ClassBit bit) {
-  if (c >= classTableEnd) return 0;
-  const uint32_t bits = classBits[classBlocks[c / classBlockSize] * classBlockSize + c % classBlockSize];
-  return bits >> static_cast<uint32_t>(bit) & 1;
+// 1 when the character is in one of the classes, whose bits `classes` holds.
+inline uint32_t isInClass(VQChar c, uint32_t classes) {
+  if (c >= classTableEnd) [[unlikely]]
+    return 0;
+  return (classTable.bits[classTable.blocks[c / classBlockSize] + c] & classes) != 0;
 }
 
-// The blanks and line ends of vqnlsisspace; what most texts hold is answered by the first two tests.
+// The blanks and line ends of vqnlsisspace.
 inline bool isSpace(VQChar c) {
-  if (c <= 0x20) return c == 0x20 || (c >= 0x9 && c <= 0xd);
-  if (c < 0x85 || c > 0x3000) return false;
-  return isInClass(c, ClassBit::space) != 0;
+  constexpr VQChar lastSpace = 0x3000;
+  return c <= lastSpace && isInClass(c, classBit::space) != 0;
 }
 
 }  // namespace vq::text

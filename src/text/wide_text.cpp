@@ -1,31 +1,16 @@
-// Comparison, search and change of case on counted wide text.
-#include "frame/handle.hpp"
+// Comparison and search on counted wide text.
 #include "text/case_map.hpp"
+#include "text/folded_compare.hpp"
 #include "text/scan.hpp"
 #include "text/search.hpp"
-#include "text/tables/extreme_case.hpp"
-#include "vqstring/host.h"
 #include "vqstring/text.h"
 
 namespace vq::text {
 
 namespace {
 
-// The first position whose elements differ apart from case.
-uint64_t firstFoldedDifference(const VQChar* first, const VQChar* second, uint64_t count) {
-  uint64_t i = 0;
-  while (i < count && (first[i] == second[i] || lowerByTable(first[i]) == lowerByTable(second[i]))) ++i;
-  return i;
-}
-
 int32_t order(VQChar first, VQChar second) {
   return static_cast<int32_t>(first) < static_cast<int32_t>(second) ? -1 : 1;
-}
-
-VQChar extreme(VQChar c, const int32_t* meta, const int32_t* shift) {
-  if (c > 0xffff) return c;
-  const int32_t start = meta[c >> 7];
-  return start < 0 ? c : c + static_cast<VQChar>(shift[start + static_cast<int32_t>(c & 0x7f)]);
 }
 
 }  // namespace
@@ -45,8 +30,9 @@ int32_t vqzsncmp(const VQChar* first, int64_t firstLength, const VQChar* second,
   const uint64_t different = firstDifference(first, second, common);
   if (different < common) {
     tie = order(first[different], second[different]);
-    const uint64_t at =
-        different + firstFoldedDifference(first + different, second + different, common - different);
+    // From the block of that difference, so that a short text is still worth a vector.
+    const uint64_t from = different & ~uint64_t{7};
+    const uint64_t at = from + firstFoldedDifference(first + from, second + from, common - from);
     if (at < common) return 2 * order(lowerByTable(first[at]), lowerByTable(second[at]));
   }
   if (firstLength == secondLength) return tie;
@@ -61,28 +47,4 @@ int64_t vqzsndx(const VQChar* text, int64_t length, const VQChar* sought, int64_
   if (soughtLength <= 0) return 0;
   if (length < soughtLength) return -1;
   return findFirst(text, static_cast<uint64_t>(length), sought, static_cast<uint64_t>(soughtLength));
-}
-
-void vqzstlo(VQChar* text, int64_t length) {
-  VQNls* const nls = Exported_VQHandle->kernelNls;
-  for (int64_t i = 0; i < length; ++i) {
-    const VQChar c = text[i];
-    text[i] = nls == nullptr || c < 0x80 ? lowerByTable(c) : nls->nlsToLower(nls, c, 1);
-  }
-}
-
-void vqzstup(VQChar* text, int64_t length) {
-  VQNls* const nls = Exported_VQHandle->kernelNls;
-  for (int64_t i = 0; i < length; ++i) {
-    const VQChar c = text[i];
-    text[i] = nls == nullptr || c < 0x80 ? upperByTable(c) : nls->nlsToUpper(nls, c, 1);
-  }
-}
-
-void vqzstmin(VQChar* text, int64_t length) {
-  for (int64_t i = 0; i < length; ++i) text[i] = extreme(text[i], minMeta, minShift);
-}
-
-void vqzstmax(VQChar* text, int64_t length) {
-  for (int64_t i = 0; i < length; ++i) text[i] = extreme(text[i], maxMeta, maxShift);
 }

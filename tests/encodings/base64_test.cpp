@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "encodings/base64_codec.hpp"
-#include "support/cpu_levels.hpp"
 #include "support/fault_injector.hpp"
 #include "support/guarded_buffer.hpp"
+#include "support/cpu_levels.hpp"
 #include "vqstring.h"
 
 namespace {
@@ -78,8 +78,8 @@ std::optional<Bytes> naiveU8(const std::string& text, bool isUrl) {
 }
 
 std::string naiveEncoded(const Bytes& bytes, bool isUrl, bool pad, bool wrap) {
-  const std::string alphabet = std::string("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789") +
-                               (isUrl ? "-_" : "+/");
+  const std::string alphabet =
+      std::string("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789") + (isUrl ? "-_" : "+/");
   std::string text;
   size_t onLine = 0;
   for (size_t i = 0; i < bytes.size(); i += 3) {
@@ -123,8 +123,7 @@ class Base64 : public test::HostTest {
     EXPECT_EQ(operation(service(), bytes.data(), bytes.size(), pool(), &made, pad, wrap), 0u);
     std::string text(made->text, made->length);
     EXPECT_EQ(made->text[made->length], 0);
-    EXPECT_GE(made->capacity,
-              bytes.empty() ? 0 : bytes.size() + bytes.size() / 3 + bytes.size() / 76 + 11);
+    EXPECT_GE(made->capacity, bytes.empty() ? 0 : bytes.size() + bytes.size() / 3 + bytes.size() / 76 + 11);
     vqU8StringDestroy(made);
     return text;
   }
@@ -149,15 +148,18 @@ class Base64 : public test::HostTest {
     if (bytes != nullptr) pool()->poolFree(pool(), bytes);
     return result;
   }
-  std::optional<Bytes> decode(const std::string& text, bool isUrl) {
-    const test::GuardedBuffer<char> guarded{std::span<const char>(text)};
+  std::optional<Bytes> decodeAt(const char* text, size_t length, bool isUrl) {
     VQU8String string;
-    vqU8StringInitStatic(service(), &string, pool(), guarded.data(), static_cast<int64_t>(text.size()));
+    vqU8StringInitStatic(service(), &string, pool(), text, static_cast<int64_t>(length));
     uint8_t* bytes = nullptr;
     uint64_t count = 0;
     const VQStatus status =
         (isUrl ? vqU8StringDecodeBase64URL : vqU8StringDecodeBase64)(&string, pool(), &bytes, &count);
     return taken(status, bytes, count);
+  }
+  std::optional<Bytes> decode(const std::string& text, bool isUrl) {
+    const test::GuardedBuffer<char> guarded{std::span<const char>(text)};
+    return decodeAt(guarded.data(), text.size(), isUrl);
   }
   std::optional<Bytes> decode(const std::u32string& text, bool isUrl) {
     const test::GuardedBuffer<char32_t> guarded{std::span<const char32_t>(text)};
@@ -174,8 +176,13 @@ class Base64 : public test::HostTest {
 TEST_F(Base64, PublishedVectors) {
   const struct {
     std::string bytes, text;
-  } vectors[] = {{"", ""},           {"f", "Zg=="},         {"fo", "Zm8="},        {"foo", "Zm9v"},
-                 {"foob", "Zm9vYg=="}, {"fooba", "Zm9vYmE="}, {"foobar", "Zm9vYmFy"}};
+  } vectors[] = {{"", ""},
+                 {"f", "Zg=="},
+                 {"fo", "Zm8="},
+                 {"foo", "Zm9v"},
+                 {"foob", "Zm9vYg=="},
+                 {"fooba", "Zm9vYmE="},
+                 {"foobar", "Zm9vYmFy"}};
   for (const auto& [plain, text] : vectors) {
     const Bytes bytes(plain.begin(), plain.end());
     EXPECT_EQ(encode(bytes, false, 1, 0), text);
@@ -188,21 +195,36 @@ TEST_F(Base64, PublishedVectors) {
 // Every input of up to three bytes, in both alphabets.
 TEST_F(Base64, ShortInputsComeBack) {
   for (const bool isUrl : {false, true}) {
-    for (size_t size = 1; size <= 3; ++size) {
-      for (uint32_t number = 0; number < 1u << (8 * size); number += size == 3 ? 97 : 1) {
-        Bytes bytes;
-        for (size_t i = 0; i < size; ++i) bytes.push_back(static_cast<uint8_t>(number >> (8 * i)));
-        const std::string text = encode(bytes, isUrl, number & 1, 0);
-        ASSERT_EQ(text, naiveEncoded(bytes, isUrl, number & 1, false));
-        ASSERT_EQ(decode(text, isUrl), bytes);
+    for (uint32_t number = 0; number < 0x10100; ++number) {
+      Bytes bytes{static_cast<uint8_t>(number)};
+      if (number >= 0x100)
+        bytes = {static_cast<uint8_t>(number - 0x100), static_cast<uint8_t>((number - 0x100) >> 8)};
+      const std::string text = encode(bytes, isUrl, number % 2, 0);
+      ASSERT_EQ(text, naiveEncoded(bytes, isUrl, number % 2, false));
+      ASSERT_EQ(decodeAt(text.data(), text.size(), isUrl), bytes);
+    }
+    // The inputs of three bytes in runs of 65536.
+    const vq::base64::Alphabet& alphabet = isUrl ? vq::base64::urlSafe : vq::base64::standard;
+    constexpr size_t groups = 0x10000;
+    Bytes bytes(3 * groups), back(3 * groups);
+    std::string text(4 * groups, 0);
+    for (uint32_t first = 0; first < 0x100; ++first) {
+      for (size_t i = 0; i < groups; ++i) {
+        bytes[3 * i] = static_cast<uint8_t>(first);
+        bytes[3 * i + 1] = static_cast<uint8_t>(i >> 8);
+        bytes[3 * i + 2] = static_cast<uint8_t>(i);
       }
+      vq::base64::encodeGroups(alphabet, bytes.data(), groups, text.data());
+      ASSERT_TRUE(text == naiveEncoded(bytes, isUrl, true, false));
+      ASSERT_EQ(vq::base64::decodeGroups(alphabet, text.data(), groups, back.data()), groups);
+      ASSERT_EQ(back, bytes);
     }
   }
 }
 
 TEST_F(Base64, EncodesEveryLengthOnEveryLevel) {
   std::mt19937 random(4648);
-  test::forEachCpuLevel([&] {
+  test::atEveryLevel([&] {
     for (size_t size = 1; size < 240; ++size) {
       const Bytes bytes = randomBytes(random, size);
       const test::GuardedBuffer<uint8_t> guarded{std::span<const uint8_t>(bytes)};
@@ -221,7 +243,7 @@ TEST_F(Base64, EncodesEveryLengthOnEveryLevel) {
 
 TEST_F(Base64, CodecWritesInsideItsBounds) {
   std::mt19937 random(7);
-  test::forEachCpuLevel([&] {
+  test::atEveryLevel([&] {
     for (size_t groups = 0; groups < 70; ++groups) {
       const Bytes bytes = randomBytes(random, 3 * groups);
       for (const test::Edge edge : {test::Edge::behind, test::Edge::before}) {
@@ -236,7 +258,8 @@ TEST_F(Base64, CodecWritesInsideItsBounds) {
         const std::u32string wide = widened(expected);
         const test::GuardedBuffer<char32_t> wideText(std::span<const char32_t>(wide), edge);
         std::fill(back.begin(), back.end(), uint8_t{0});
-        ASSERT_EQ(vq::base64::decodeGroups(vq::base64::urlSafe, wideText.data(), groups, back.data()), groups);
+        ASSERT_EQ(vq::base64::decodeGroups(vq::base64::urlSafe, wideText.data(), groups, back.data()),
+                  groups);
         ASSERT_TRUE(std::equal(back.begin(), back.end(), bytes.begin()));
       }
     }
@@ -246,7 +269,7 @@ TEST_F(Base64, CodecWritesInsideItsBounds) {
 // Every byte value in every place of a vector, and wide characters whose low byte would pass.
 TEST_F(Base64, RefusesWhatIsNoCharacter) {
   const std::string clean(44, 'Q');
-  test::forEachCpuLevel([&] {
+  test::atEveryLevel([&] {
     for (const bool isUrl : {false, true}) {
       for (int byte = 0; byte < 256; ++byte) {
         for (const size_t place : {0u, 17u, 31u, 33u, 43u}) {
@@ -271,14 +294,15 @@ TEST_F(Base64, RefusesWhatIsNoCharacter) {
 TEST_F(Base64, DamagedTextDecodesByTheRules) {
   std::mt19937 random(20160621);
   const std::u32string damage = U"==\n\n\n\t  \r+/-_AQz09.";
-  test::forEachCpuLevel([&] {
+  test::atEveryLevel([&] {
     size_t accepted = 0;
-    for (int round = 0; round < 20'000; ++round) {
+    for (int round = 0; round < 4'000; ++round) {
       const bool isUrl = random() % 2 != 0;
       std::string text = naiveEncoded(randomBytes(random, random() % 130), isUrl, random() % 2, random() % 2);
       for (size_t changes = random() % 4; changes != 0; --changes) {
-        const size_t place = text.empty() || random() % 2 ? text.size() - std::min<size_t>(text.size(), random() % 6)
-                                                          : random() % text.size();
+        const size_t place = text.empty() || random() % 2
+                                 ? text.size() - std::min<size_t>(text.size(), random() % 6)
+                                 : random() % text.size();
         const auto character = static_cast<char>(damage[random() % damage.size()]);
         if (random() % 3 == 0) {
           text.erase(place, 1);
@@ -293,8 +317,8 @@ TEST_F(Base64, DamagedTextDecodesByTheRules) {
       accepted += naiveU8(text, isUrl).has_value();
     }
     // Both outcomes are met often enough to mean something.
-    EXPECT_GT(accepted, 4'000u);
-    EXPECT_LT(accepted, 16'000u);
+    EXPECT_GT(accepted, 800u);
+    EXPECT_LT(accepted, 3'200u);
   });
 }
 
@@ -360,14 +384,14 @@ TEST_F(Base64Faults, EncodersLeaveTheTarget) {
   EXPECT_EQ(forEveryFault(
                 [&] {
                   wide = untouchedWide;
-                  const VQStatus status = vqStringEncodeBase64(service(), bytes.data(), bytes.size(),
-                                                               faultyPool(), &wide, 1, 0);
+                  const VQStatus status =
+                      vqStringEncodeBase64(service(), bytes.data(), bytes.size(), faultyPool(), &wide, 1, 0);
                   if (status == 0) vqStringDestroy(wide);
                   return status;
                 },
                 [&](VQStatus status, const test::Fault& fault) {
                   const bool isStatus = fault.call == test::measureConversion || fault.call == test::convert;
-                  EXPECT_EQ(status, isStatus ? test::injectedStatus
+                  EXPECT_EQ(status, isStatus                               ? test::injectedStatus
                                     : fault.call == test::createTranscoder ? VQSTATUS_NO_CONVERTER
                                                                            : VQSTATUS_NO_MEMORY);
                   // Record and block of the temporary come first.

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "cpu_levels.hpp"
+#include "support/cpu_levels.hpp"
 #include "support/guarded_buffer.hpp"
 #include "vqstring/host.h"
 #include "vqstring/text.h"

@@ -6,7 +6,7 @@
 #include <limits>
 #include <vector>
 
-#include "cpu_levels.hpp"
+#include "support/cpu_levels.hpp"
 #include "support/guarded_buffer.hpp"
 #include "text/scan.hpp"
 #include "vqstring/text.h"

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "cpu_levels.hpp"
+#include "support/cpu_levels.hpp"
 #include "fake_kernel.hpp"
 #include "support/guarded_buffer.hpp"
 #include "text/case_map.hpp"
@@ -155,7 +155,7 @@ TEST(WideCase, LowerAndUpperWithAndWithoutHost) {
       }
       VQChar untouched = U'A';
       vqzstlo(&untouched, 0);
-      vqzstlo(&untouched, -1);
+      vqzstup(&untouched, -1);
       vqzstmax(&untouched, -1);
       EXPECT_EQ(untouched, U'A');
     }

@@ -123,6 +123,19 @@ void forBrokenTexts(Check check) {
   }
 }
 
+// Room in front of a forbidden page, kept over many cases: mapping a buffer for each would take longer than
+// the cases.
+template <class Element>
+class GuardedRoom {
+ public:
+  explicit GuardedRoom(size_t most) : buffer_(most) {}
+  // The last `count` elements.
+  Element* last(size_t count) const { return buffer_.end() - count; }
+
+ private:
+  GuardedBuffer<Element> buffer_;
+};
+
 inline const char* chars(const uint8_t* bytes) {
   return reinterpret_cast<const char*>(bytes);
 }

@@ -48,10 +48,11 @@ void checkCounts(const uint8_t* text, size_t length) {
 }
 
 void checkTerminatedCounts(const uint8_t* text, size_t length) {
-  test::GuardedBuffer<uint8_t> buffer(length + 1);
-  std::memcpy(buffer.data(), text, length);
-  buffer[length] = 0;
-  const char* terminated = chars(buffer.data());
+  static const test::GuardedRoom<uint8_t> rooms(1 << 18);
+  uint8_t* copy = rooms.last(length + 1);
+  std::memcpy(copy, text, length);
+  copy[length] = 0;
+  const char* terminated = chars(copy);
   const size_t visible = std::strlen(terminated);
   const Counted careful = countCarefully(text, visible);
   ASSERT_EQ(UTF8_SLEN(terminated), countBlindly(text, visible).characters);

@@ -37,10 +37,11 @@ struct Driven {
 
 template <class Driver, class... Steps>
 Driven drive(Driver driver, const uint8_t* source, size_t length, size_t room, Steps... steps) {
-  test::GuardedBuffer<uint8_t> target(room);
+  static const test::GuardedRoom<uint8_t> rooms(8192);
+  uint8_t* target = rooms.last(room);
   Driven driven{0, 99, {}};
-  driven.status = driver(source, length, target.data(), room, &driven.written, steps...);
-  driven.bytes.assign(test::chars(target.data()), driven.written);
+  driven.status = driver(source, length, target, room, &driven.written, steps...);
+  driven.bytes.assign(test::chars(target), driven.written);
   return driven;
 }
 

@@ -1,0 +1,168 @@
+// Base64: the codec and the whole operations beside GLib, and beside a memcpy of the input as the limit.
+#include <benchmark/benchmark.h>
+#include <glib.h>
+
+#include <cstring>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "encodings/base64_codec.hpp"
+#include "host_service.hpp"
+#include "vqstring.h"
+
+namespace {
+
+std::vector<uint8_t> sample(size_t byteCount) {
+  std::mt19937 random(4648);
+  std::vector<uint8_t> bytes(byteCount);
+  for (uint8_t& byte : bytes) byte = static_cast<uint8_t>(random());
+  return bytes;
+}
+
+// Padded, or as one that a decoder's codec takes whole.
+std::string encodedSample(size_t byteCount) {
+  const std::vector<uint8_t> bytes = sample(byteCount);
+  gchar* text = g_base64_encode(bytes.data(), bytes.size());
+  std::string copy(text);
+  g_free(text);
+  return copy;
+}
+
+void copyOf(benchmark::State& state, const void* source, size_t byteCount) {
+  std::vector<uint8_t> target(byteCount);
+  for (auto _ : state) {
+    std::memcpy(target.data(), source, byteCount);
+    benchmark::DoNotOptimize(target.data());
+    benchmark::ClobberMemory();
+  }
+}
+
+// ---- Encoding `byteCount` bytes ----
+
+void encodeMemcpy(benchmark::State& state, size_t byteCount) {
+  const auto bytes = sample(byteCount);
+  copyOf(state, bytes.data(), byteCount);
+}
+void encodeGlib(benchmark::State& state, size_t byteCount) {
+  const auto bytes = sample(byteCount);
+  for (auto _ : state) {
+    gchar* text = g_base64_encode(bytes.data(), byteCount);
+    benchmark::DoNotOptimize(text);
+    g_free(text);
+  }
+}
+void encodeCodec(benchmark::State& state, size_t byteCount) {
+  const auto bytes = sample(byteCount);
+  std::vector<char> text(byteCount * 2);
+  for (auto _ : state) {
+    vq::base64::encodeGroups(vq::base64::standard, bytes.data(), byteCount / 3, text.data());
+    benchmark::DoNotOptimize(text.data());
+    benchmark::ClobberMemory();
+  }
+}
+void encodeU8(benchmark::State& state, size_t byteCount, uint8_t wrap) {
+  const auto bytes = sample(byteCount);
+  VQStringService* service = bench::service();
+  for (auto _ : state) {
+    VQU8String* text = nullptr;
+    vqU8StringEncodeBase64(service, bytes.data(), byteCount, nullptr, &text, 1, wrap);
+    benchmark::DoNotOptimize(text);
+    vqU8StringDestroy(text);
+  }
+}
+void encodeWide(benchmark::State& state, size_t byteCount) {
+  const auto bytes = sample(byteCount);
+  VQStringService* service = bench::service();
+  for (auto _ : state) {
+    VQString* text = nullptr;
+    vqStringEncodeBase64(service, bytes.data(), byteCount, nullptr, &text, 1, 0);
+    benchmark::DoNotOptimize(text);
+    vqStringDestroy(text);
+  }
+}
+
+// ---- Decoding a text of `length` characters ----
+
+void decodeMemcpy(benchmark::State& state, size_t length) {
+  const std::string text = encodedSample(length / 4 * 3 - 1);
+  copyOf(state, text.data(), text.size());
+}
+void decodeGlib(benchmark::State& state, size_t length) {
+  const std::string text = encodedSample(length / 4 * 3 - 1);
+  for (auto _ : state) {
+    gsize size = 0;
+    guchar* bytes = g_base64_decode(text.c_str(), &size);
+    benchmark::DoNotOptimize(bytes);
+    g_free(bytes);
+  }
+}
+void decodeCodec(benchmark::State& state, size_t length) {
+  const std::string text = encodedSample(length / 4 * 3);
+  std::vector<uint8_t> bytes(length);
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(
+        vq::base64::decodeGroups(vq::base64::standard, text.data(), text.size() / 4, bytes.data()));
+    benchmark::ClobberMemory();
+  }
+}
+void decodeU8(benchmark::State& state, size_t length, bool isWrapped) {
+  VQStringService* service = bench::service();
+  const auto bytes = sample(length / 4 * 3 - (isWrapped ? 0 : 1));
+  VQU8String* text = nullptr;
+  vqU8StringEncodeBase64(service, bytes.data(), bytes.size(), nullptr, &text, 1, isWrapped);
+  for (auto _ : state) {
+    uint8_t* decoded = nullptr;
+    uint64_t count = 0;
+    vqU8StringDecodeBase64(text, service->pool, &decoded, &count);
+    benchmark::DoNotOptimize(decoded);
+    service->pool->poolFree(service->pool, decoded);
+  }
+  vqU8StringDestroy(text);
+}
+void decodeWide(benchmark::State& state, size_t length) {
+  VQStringService* service = bench::service();
+  const auto bytes = sample(length / 4 * 3 - 1);
+  VQString* text = nullptr;
+  vqStringEncodeBase64(service, bytes.data(), bytes.size(), nullptr, &text, 1, 0);
+  for (auto _ : state) {
+    uint8_t* decoded = nullptr;
+    uint64_t count = 0;
+    vqStringDecodeBase64(text, service->pool, &decoded, &count);
+    benchmark::DoNotOptimize(decoded);
+    service->pool->poolFree(service->pool, decoded);
+  }
+  vqStringDestroy(text);
+}
+
+const bool registered = [] {
+  for (const size_t size : {16u, 256u, 4096u, 1u << 20}) {
+    const auto add = [&](const std::string& name, auto function, auto... arguments) {
+      benchmark::RegisterBenchmark((name + "/" + std::to_string(size)).c_str(),
+                                   [=](benchmark::State& state) { function(state, size, arguments...); });
+    };
+    add("base64_encode_codec/vq", encodeCodec);
+    add("base64_encode_codec/memcpy", encodeMemcpy);
+    add("base64_encode/vq", encodeU8, uint8_t{0});
+    add("base64_encode/glib", encodeGlib);
+    add("base64_encode/memcpy", encodeMemcpy);
+    add("base64_encode_wrapped/vq", encodeU8, uint8_t{1});
+    add("base64_encode_wrapped/glib", encodeGlib);
+    add("base64_encode_wide/vq", encodeWide);
+    add("base64_encode_wide/glib", encodeGlib);
+    add("base64_encode_wide/memcpy", encodeMemcpy);
+    add("base64_decode_codec/vq", decodeCodec);
+    add("base64_decode_codec/memcpy", decodeMemcpy);
+    add("base64_decode/vq", decodeU8, false);
+    add("base64_decode/glib", decodeGlib);
+    add("base64_decode/memcpy", decodeMemcpy);
+    add("base64_decode_wrapped/vq", decodeU8, true);
+    add("base64_decode_wrapped/glib", decodeGlib);
+    add("base64_decode_wide/vq", decodeWide);
+    add("base64_decode_wide/glib", decodeGlib);
+    add("base64_decode_wide/memcpy", decodeMemcpy);
+  }
+  return true;
+}();
+
+}  // namespace

@@ -1,0 +1,255 @@
+// UTF-8 to wide text and to UTF-16 with AVX2.
+//
+// The source is taken in blocks of 64 bytes that begin at a character. A block is judged as a whole; one with
+// a fault goes to the portable form, which finds the place. In a block without sequences of four bytes, every
+// byte position computes the value of a character that would end there, from itself and the two bytes before,
+// and the positions where none ends are squeezed out: no step depends on the length of the character before.
+// Runs of three and of four bytes only, as in Chinese or in emoji, have shorter ways.
+#include <array>
+#include <bit>
+
+#include "utf/transcode_avx2.hpp"
+#include "utf/transcode_portable.hpp"
+#include "utf/utf8_check_avx2.hpp"
+
+namespace vq::transcode::avx2 {
+
+namespace {
+
+using utf8::loadBytes;
+
+constexpr size_t blockBytes = 64;
+// A block stores whole vectors: up to eight elements behind its last character.
+constexpr size_t spareRoom = 8;
+// The faults of a block show in the three bytes before it as well.
+constexpr size_t lookBack = 3;
+
+// For each set of eight 16-bit lanes: the bytes that bring the lanes of the set together.
+constexpr auto makeSqueeze() {
+  std::array<std::array<uint8_t, 16>, 256> table{};
+  for (unsigned set = 0; set < 256; ++set) {
+    size_t place = 0;
+    for (unsigned lane = 0; lane < 8; ++lane) {
+      if ((set >> lane & 1) == 0) continue;
+      table[set][place++] = static_cast<uint8_t>(2 * lane);
+      table[set][place++] = static_cast<uint8_t>(2 * lane + 1);
+    }
+    while (place < 16) table[set][place++] = 0x80;
+  }
+  return table;
+}
+alignas(64) constexpr auto squeeze = makeSqueeze();
+
+VQ_TARGET_AVX2 inline void storeEight(__m128i units, VQChar* target) {
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(target), _mm256_cvtepu16_epi32(units));
+}
+VQ_TARGET_AVX2 inline void storeEight(__m128i units, char16_t* target) {
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(target), units);
+}
+
+template <class Element>
+VQ_TARGET_AVX2 inline void widenAscii(const uint8_t* source, Element* target) {
+  for (size_t i = 0; i < blockBytes; i += 16) {
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(source + i));
+    if constexpr (sizeof(Element) == 4) {
+      auto* out = reinterpret_cast<__m256i*>(target + i);
+      _mm256_storeu_si256(out, _mm256_cvtepu8_epi32(bytes));
+      _mm256_storeu_si256(out + 1, _mm256_cvtepu8_epi32(_mm_unpackhi_epi64(bytes, bytes)));
+    } else {
+      _mm256_storeu_si256(reinterpret_cast<__m256i*>(target + i), _mm256_cvtepu8_epi16(bytes));
+    }
+  }
+}
+
+// What is known of a block: a bit a byte.
+struct BlockShape {
+  uint64_t ends;        // the last bytes of the characters that are whole inside the block
+  uint64_t fourStarts;  // the first bytes of four
+  size_t byteCount;     // of those characters
+};
+
+VQ_TARGET_AVX2 inline uint64_t bitsOf(__m256i low, __m256i high) {
+  return static_cast<uint32_t>(_mm256_movemask_epi8(low)) |
+         static_cast<uint64_t>(static_cast<uint32_t>(_mm256_movemask_epi8(high))) << 32;
+}
+
+VQ_TARGET_AVX2 inline BlockShape shapeOf(const uint8_t* source) {
+  const __m256i low = loadBytes(source);
+  const __m256i high = loadBytes(source + 32);
+  // As signed numbers the continuation bytes are the ones below 0xC0.
+  const __m256i firstOfTwo = splat8<0xC0>();
+  const uint64_t continuations =
+      bitsOf(_mm256_cmpgt_epi8(firstOfTwo, low), _mm256_cmpgt_epi8(firstOfTwo, high));
+  const __m256i firstOfFour = splat8<0xF0>();
+  const uint64_t fourStarts = bitsOf(_mm256_cmpeq_epi8(_mm256_max_epu8(low, firstOfFour), low),
+                                     _mm256_cmpeq_epi8(_mm256_max_epu8(high, firstOfFour), high));
+  size_t byteCount = blockBytes;
+  if (source[63] >= 0xC0) {
+    byteCount = 63;
+  } else if (source[62] >= 0xE0) {
+    byteCount = 62;
+  } else if (source[61] >= 0xF0) {
+    byteCount = 61;
+  }
+  const uint64_t ends =
+      (~continuations >> 1 | uint64_t{1} << 63) & (~uint64_t{0} >> (blockBytes - byteCount));
+  return {ends, fourStarts, byteCount};
+}
+
+// The values of the characters of one to three bytes that would end at each of 32 bytes, as 16-bit lanes:
+// bytes 0 to 7 and 16 to 23 in `even`, the others in `odd`.
+struct EndValues {
+  __m256i even;
+  __m256i odd;
+};
+
+VQ_TARGET_AVX2 inline EndValues valuesAtEnds(const uint8_t* source) {
+  const __m256i here = loadBytes(source);
+  const __m256i before = loadBytes(source - 1);
+  const __m256i twoBefore = loadBytes(source - 2);
+  const __m256i isContinuing = _mm256_cmpgt_epi8(_mm256_setzero_si256(), here);
+  const __m256i isThird = _mm256_and_si256(isContinuing, _mm256_cmpgt_epi8(splat8<0xC0>(), before));
+  // ASCII keeps its seven bits, a continuation byte its six.
+  const __m256i bits0 = _mm256_min_epu8(here, _mm256_xor_si256(here, splat8<0x80>()));
+  const __m256i bits6 = _mm256_and_si256(_mm256_and_si256(before, splat8<0x3F>()), isContinuing);
+  // Four bits, put where they stand in the upper byte of the lane.
+  const __m256i bits12 =
+      _mm256_and_si256(_mm256_and_si256(_mm256_slli_epi16(twoBefore, 4), splat8<0xF0>()), isThird);
+  const __m256i weights = splat16<64 << 8 | 1>();
+  const __m256i zero = _mm256_setzero_si256();
+  return {_mm256_or_si256(_mm256_maddubs_epi16(_mm256_unpacklo_epi8(bits0, bits6), weights),
+                          _mm256_unpacklo_epi8(zero, bits12)),
+          _mm256_or_si256(_mm256_maddubs_epi16(_mm256_unpackhi_epi8(bits0, bits6), weights),
+                          _mm256_unpackhi_epi8(zero, bits12))};
+}
+
+// Stores the lanes of `set` and returns the place behind them.
+template <class Element>
+VQ_TARGET_AVX2 inline Element* storeSqueezed(__m128i lanes, unsigned set, Element* target) {
+  const __m128i order = _mm_load_si128(reinterpret_cast<const __m128i*>(squeeze[set].data()));
+  storeEight(_mm_shuffle_epi8(lanes, order), target);
+  return target + std::popcount(set);
+}
+
+template <class Element>
+VQ_TARGET_AVX2 inline Element* convertHalf(const uint8_t* source, uint32_t ends, Element* target) {
+  const EndValues values = valuesAtEnds(source);
+  target = storeSqueezed(_mm256_castsi256_si128(values.even), ends & 0xFF, target);
+  target = storeSqueezed(_mm256_castsi256_si128(values.odd), ends >> 8 & 0xFF, target);
+  target = storeSqueezed(_mm256_extracti128_si256(values.even, 1), ends >> 16 & 0xFF, target);
+  return storeSqueezed(_mm256_extracti128_si256(values.odd, 1), ends >> 24, target);
+}
+
+// Four sequences of three bytes in each half, the first at the start of the half.
+VQ_TARGET_AVX2 inline __m256i joinThrees(__m256i bytes) {
+  const __m128i order = _mm_setr_epi8(2, 1, 0, -1, 5, 4, 3, -1, 8, 7, 6, -1, 11, 10, 9, -1);
+  const __m256i ordered = _mm256_shuffle_epi8(bytes, _mm256_broadcastsi128_si256(order));
+  const __m256i bits = _mm256_and_si256(ordered, splat32<0x000F3F3F>());
+  return _mm256_madd_epi16(_mm256_maddubs_epi16(bits, splat32<0x00014001>()), splat32<0x10000001>());
+}
+
+VQ_TARGET_AVX2 inline __m256i joinFours(__m256i bytes) {
+  const __m128i order = _mm_setr_epi8(3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12);
+  const __m256i ordered = _mm256_shuffle_epi8(bytes, _mm256_broadcastsi128_si256(order));
+  const __m256i bits = _mm256_and_si256(ordered, splat32<0x073F3F3F>());
+  return _mm256_madd_epi16(_mm256_maddubs_epi16(bits, splat32<0x40014001>()), splat32<0x10000001>());
+}
+
+VQ_TARGET_AVX2 inline __m256i loadHalves(const uint8_t* low, const uint8_t* high) {
+  return _mm256_inserti128_si256(
+      _mm256_castsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(low))),
+      _mm_loadu_si128(reinterpret_cast<const __m128i*>(high)), 1);
+}
+
+VQ_TARGET_AVX2 inline void storeWide(__m256i values, VQChar* target) {
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(target), values);
+}
+VQ_TARGET_AVX2 inline void storeWide(__m256i values, char16_t* target) {
+  const __m256i packed = _mm256_packus_epi32(values, values);
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(target),
+                   _mm256_castsi256_si128(_mm256_permute4x64_epi64(packed, 0b1000)));
+}
+
+// What a block came to: nothing where it has a fault, or no room.
+struct BlockResult {
+  size_t consumed;
+  size_t written;
+};
+
+// Reads source[-3] to source[63].
+template <class Element>
+VQ_TARGET_AVX2 inline BlockResult convertBlock(const uint8_t* source, Element* target, size_t room) {
+  const __m256i faults = _mm256_or_si256(utf8::findFaults(source), utf8::findFaults(source + 32));
+  if (!_mm256_testz_si256(faults, faults)) return {0, 0};
+  const BlockShape shape = shapeOf(source);
+  const auto characters = static_cast<size_t>(std::popcount(shape.ends));
+  if (room < characters + spareRoom) return {0, 0};
+  if (shape.fourStarts != 0) {
+    Result result;
+    if constexpr (sizeof(Element) == 4) {
+      if (shape.ends == 0x8888888888888888) {
+        storeWide(joinFours(loadBytes(source)), target);
+        storeWide(joinFours(loadBytes(source + 32)), target + 8);
+        return {64, 16};
+      }
+      result = portable::utf8ToWide(source, shape.byteCount, target, room);
+    } else {
+      result = portable::utf8ToUtf16(source, shape.byteCount, target, room);
+    }
+    return {result.consumed, result.written};
+  }
+  if (shape.ends == 0x4924924924924924) {
+    storeWide(joinThrees(loadHalves(source, source + 12)), target);
+    storeWide(joinThrees(loadHalves(source + 24, source + 36)), target + 8);
+    storeWide(joinThrees(loadHalves(source + 48, source + 48)), target + 16);
+    return {60, 20};
+  }
+  Element* end = convertHalf(source, static_cast<uint32_t>(shape.ends), target);
+  convertHalf(source + 32, static_cast<uint32_t>(shape.ends >> 32), end);
+  return {shape.byteCount, characters};
+}
+
+VQ_TARGET_AVX2 inline bool isAscii(const uint8_t* source) {
+  return _mm256_movemask_epi8(_mm256_or_si256(loadBytes(source), loadBytes(source + 32))) == 0;
+}
+
+template <class Element, Result portableForm(const uint8_t*, size_t, Element*, size_t)>
+VQ_TARGET_AVX2 inline Result fromUtf8(const uint8_t* source, size_t byteCount, Element* target,
+                                      size_t capacity) {
+  size_t at = 0;
+  size_t written = 0;
+  if (byteCount >= blockBytes && !isAscii(source)) {
+    // A block needs bytes in front of it to look back at; what a cut leaves of these is at least as many.
+    const Result opening = portableForm(source, 2 * lookBack, target, capacity);
+    at = opening.consumed;
+    written = opening.written;
+  }
+  while (byteCount - at >= blockBytes) {
+    if (capacity - written >= blockBytes && isAscii(source + at)) {
+      widenAscii(source + at, target + written);
+      at += blockBytes;
+      written += blockBytes;
+      continue;
+    }
+    if (at < lookBack) break;
+    const BlockResult made = convertBlock(source + at, target + written, capacity - written);
+    if (made.consumed == 0) break;
+    at += made.consumed;
+    written += made.written;
+  }
+  const Result rest = portableForm(source + at, byteCount - at, target + written, capacity - written);
+  return {rest.status, at + rest.consumed, written + rest.written};
+}
+
+}  // namespace
+
+VQ_TARGET_AVX2 Result utf8ToWide(const uint8_t* source, size_t byteCount, VQChar* target, size_t capacity) {
+  return fromUtf8<VQChar, portable::utf8ToWide>(source, byteCount, target, capacity);
+}
+
+VQ_TARGET_AVX2 Result utf8ToUtf16(const uint8_t* source, size_t byteCount, char16_t* target,
+                                  size_t capacity) {
+  return fromUtf8<char16_t, portable::utf8ToUtf16>(source, byteCount, target, capacity);
+}
+
+}  // namespace vq::transcode::avx2

@@ -1,0 +1,418 @@
+// Percent escapes: both kinds of string in every form of storage against the rules byte by byte.
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+#include <vector>
+
+#include "encodings/url_codec.hpp"
+#include "support/fault_injector.hpp"
+#include "support/guarded_buffer.hpp"
+#include "support/cpu_levels.hpp"
+#include "vqstring.h"
+
+namespace {
+
+// ---- The rules ----
+
+bool passes(char32_t c) {
+  return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '.';
+}
+
+std::string percent(char c) {
+  const char* digits = "0123456789ABCDEF";
+  return {'%', digits[static_cast<uint8_t>(c) >> 4], digits[c & 15]};
+}
+
+// A first byte takes the bytes that it announces along, as far as the text goes.
+std::string naiveEscaped(const std::string& text) {
+  std::string out;
+  for (size_t at = 0; at < text.size();) {
+    const auto first = static_cast<uint8_t>(text[at]);
+    const size_t announced = first < 0xC0   ? 1
+                             : first < 0xE0 ? 2
+                             : first < 0xF0 ? 3
+                             : first < 0xF8 ? 4
+                             : first < 0xFC ? 5
+                                            : 6;
+    for (size_t i = 0; i < announced && at < text.size(); ++i, ++at) {
+      out += announced == 1 && passes(first) ? std::string(1, text[at]) : percent(text[at]);
+    }
+  }
+  return out;
+}
+
+std::string naiveUnescaped(const std::string& text) {
+  const auto digit = [](char c) {
+    const size_t lower = std::string("0123456789abcdef").find(c);
+    const size_t upper = std::string("ABCDEF").find(c);
+    return lower != std::string::npos   ? static_cast<int>(lower)
+           : upper != std::string::npos ? 10 + static_cast<int>(upper)
+                                        : -1;
+  };
+  std::string out;
+  for (size_t at = 0; at < text.size(); ++at) {
+    if (text[at] != '%' || at + 1 == text.size()) {
+      out += text[at] == '+' ? ' ' : text[at];
+    } else if (at + 2 == text.size()) {
+      out += static_cast<char>(digit(text[++at]));
+    } else {
+      out += static_cast<char>(16 * digit(text[at + 1]) + digit(text[at + 2]));
+      at += 2;
+    }
+  }
+  return out;
+}
+
+void appendUtf8(std::string& out, char32_t c) {
+  if (c < 0x80) {
+    out += static_cast<char>(c);
+  } else if (c < 0x800) {
+    out += {static_cast<char>(0xC0 | c >> 6), static_cast<char>(0x80 | (c & 63))};
+  } else if (c < 0x10000) {
+    out += {static_cast<char>(0xE0 | c >> 12), static_cast<char>(0x80 | (c >> 6 & 63)),
+            static_cast<char>(0x80 | (c & 63))};
+  } else {
+    out += {static_cast<char>(0xF0 | c >> 18), static_cast<char>(0x80 | (c >> 12 & 63)),
+            static_cast<char>(0x80 | (c >> 6 & 63)), static_cast<char>(0x80 | (c & 63))};
+  }
+}
+
+std::string utf8Of(const std::u32string& text) {
+  std::string out;
+  for (const char32_t c : text) appendUtf8(out, c);
+  return out;
+}
+
+std::u32string widened(const std::string& text) {
+  std::u32string wide;
+  for (const char c : text) wide += static_cast<unsigned char>(c);
+  return wide;
+}
+
+// Runs that need no escape between single characters of all sizes, so that the vector scans start, stop and
+// start again.
+std::u32string randomText(std::mt19937& random, size_t count) {
+  const std::u32string others =
+      U" %+-_~/@[`{\u007F\u0080\u00E9\u07FF\u0800\u20AC\uFFFD\U00010000\U0010FFFF\t";
+  std::u32string text;
+  while (text.size() < count) {
+    text.append(random() % 70, "azAZ09."[random() % 7]);
+    for (size_t i = random() % 12; i != 0; --i) text += others[random() % others.size()];
+  }
+  text.resize(count);
+  return text;
+}
+
+// ---- The operations ----
+
+enum class Form { exact, roomy, borrowed };
+constexpr Form forms[] = {Form::exact, Form::roomy, Form::borrowed};
+
+class UrlEscapes : public test::HostTest {
+ protected:
+  VQString* make(const std::u32string& text, Form form) {
+    const auto length = static_cast<int64_t>(text.size());
+    if (form == Form::borrowed) return vqStringCreate(service(), pool(), text.data(), length, 0);
+    return vqStringCreateSized(service(), pool(), text.data(), length,
+                               form == Form::exact ? 0 : 12 * length + 1);
+  }
+  VQU8String* make(const std::string& text, Form form) {
+    const auto length = static_cast<int64_t>(text.size());
+    VQU8String* made = nullptr;
+    if (form == Form::borrowed) {
+      vqU8StringCreate(service(), &made, pool(), text.data(), length, 0);
+    } else {
+      vqU8StringCreateSized(service(), &made, pool(), text.data(), length,
+                            form == Form::exact ? 0 : 3 * length + 1);
+    }
+    return made;
+  }
+  static std::u32string take(VQString* string) {
+    std::u32string text(string->text, static_cast<size_t>(string->length));
+    if (string->capacity != 0) {
+      EXPECT_LT(string->length, string->capacity + 1);
+      EXPECT_EQ(string->text[string->length], 0u);
+    }
+    vqStringDestroy(string);
+    return text;
+  }
+  static std::string take(VQU8String* string) {
+    std::string text(string->text, string->length);
+    if (string->capacity != 0) {
+      EXPECT_EQ(string->text[string->length], 0);
+    }
+    vqU8StringDestroy(string);
+    return text;
+  }
+  std::u32string encoded(std::u32string text, Form form = Form::exact) {
+    VQString* string = make(text, form);
+    EXPECT_EQ(vqStringURLEncode(string), 0u);
+    return take(string);
+  }
+  std::string encoded(const std::string& text, Form form = Form::exact) {
+    VQU8String* string = make(text, form);
+    EXPECT_EQ(vqU8StringURLEncode(string), 0u);
+    return take(string);
+  }
+  std::u32string decoded(const std::u32string& text, Form form = Form::exact) {
+    VQString* string = make(text, form);
+    EXPECT_EQ(vqStringURLDecode(string), 0u);
+    return take(string);
+  }
+};
+
+TEST_F(UrlEscapes, SingleCharacters) {
+  for (char32_t c = 0; c < 0x300; ++c) {
+    const std::u32string text(1, c);
+    const std::string utf8 = utf8Of(text);
+    std::string expected;
+    for (const char byte : utf8) expected += passes(c) ? std::string(1, byte) : percent(byte);
+    EXPECT_EQ(encoded(text), widened(expected)) << +c;
+    EXPECT_EQ(encoded(utf8), expected) << +c;
+    EXPECT_EQ(decoded(widened(expected)), text) << +c;
+  }
+  EXPECT_EQ(encoded(std::u32string(U"a é\U0001F600~.")), U"a%20%C3%A9%F0%9F%98%80%7E.");
+}
+
+TEST_F(UrlEscapes, EscapedTextComesBackFromEveryForm) {
+  std::mt19937 random(3986);
+  test::atEveryLevel([&] {
+    for (size_t round = 0; round < 400; ++round) {
+      const std::u32string text = randomText(random, random() % 400);
+      const std::string utf8 = utf8Of(text), expected = naiveEscaped(utf8);
+      for (const Form form : forms) {
+        ASSERT_EQ(encoded(utf8, form), expected);
+        ASSERT_EQ(encoded(text, form), widened(expected));
+        ASSERT_EQ(decoded(widened(expected), form), text);
+      }
+    }
+  });
+}
+
+// A borrowed text of plain characters stays borrowed and is read no further than its length.
+TEST_F(UrlEscapes, ATextWithNothingToEscapeIsLeftAlone) {
+  test::atEveryLevel([&] {
+    for (size_t count = 0; count < 140; ++count) {
+      const std::u32string text(count, U'z');
+      const test::GuardedBuffer<char32_t> wide{std::span<const char32_t>(text)};
+      VQString string;
+      vqStringInitStatic(service(), &string, pool(), wide.data(), static_cast<int64_t>(count));
+      ASSERT_EQ(vqStringURLEncode(&string), 0u);
+      ASSERT_EQ(string.text, wide.data());
+      const std::string narrowText(count, '.');
+      const test::GuardedBuffer<char> narrow{std::span<const char>(narrowText)};
+      VQU8String u8;
+      vqU8StringInitStatic(service(), &u8, pool(), narrow.data(), static_cast<int64_t>(count));
+      ASSERT_EQ(vqU8StringURLEncode(&u8), 0u);
+      ASSERT_EQ(u8.text, narrow.data());
+    }
+  });
+}
+
+// UTF-8 that is none: a first byte takes ASCII with it, a cut-off sequence ends with the text.
+TEST_F(UrlEscapes, BrokenUtf8IsEscapedWithinTheText) {
+  EXPECT_EQ(encoded(std::string("\xC3"
+                                "AB")),
+            "%C3%41B");
+  EXPECT_EQ(encoded(std::string("\x80z\xE2\x82")), "%80z%E2%82");
+  EXPECT_EQ(encoded(std::string("\xF0"
+                                "a")),
+            "%F0%61");
+  std::mt19937 random(5);
+  const std::string some = "aZ. \x80\xBF\xC3\xE2\xF0\xF9\xFD\xFF";
+  test::atEveryLevel([&] {
+    for (size_t round = 0; round < 2000; ++round) {
+      std::string text(random() % 60, 'a');
+      for (size_t i = random() % 40; i != 0; --i) text += some[random() % some.size()];
+      text.append(random() % 40, 'b');
+      const std::string expected = naiveEscaped(text);
+      const test::GuardedBuffer<char> source{std::span<const char>(text)};
+      const vq::url::Measure measure = vq::url::measure(source.data(), text.size());
+      ASSERT_EQ(measure.length(text.size()), expected.size());
+      for (const test::Edge edge : {test::Edge::behind, test::Edge::before}) {
+        const test::GuardedBuffer<char> target(expected.size(), edge);
+        vq::url::escape(source.data(), text.size(), measure.isRegular, target.data(), target.size());
+        ASSERT_EQ(std::string(target.begin(), target.end()), expected);
+      }
+      for (const Form form : forms) ASSERT_EQ(encoded(text, form), expected);
+    }
+  });
+}
+
+TEST_F(UrlEscapes, UnescapingTakesWhatItFinds) {
+  const struct {
+    const char* text;
+    std::u32string expected;
+    VQStatus status;
+  } cases[] = {
+      {"%2B+%2541", U"+ %41", 0},
+      {"+", U" ", 0},
+      {"a%", U"a%", 0},
+      {"%4", {4}, 0},
+      {"%00x", {0, U'x'}, 0},
+      {"%2", {2}, 0},
+      {"100%", U"100%", 0},
+      {"%c3%A9", U"\u00E9", 0},
+      {"%2z", {0x1F}, 0},
+      {"%zA", {}, VQSTATUS_BAD_SEQUENCE},
+      {"%%", {}, VQSTATUS_BAD_SEQUENCE},
+      {"b%C3", U"b", VQSTATUS_SHORT_SEQUENCE},
+  };
+  for (const auto& [text, expected, status] : cases) {
+    VQString* string = make(widened(text), Form::exact);
+    EXPECT_EQ(vqStringURLDecode(string), status) << text;
+    EXPECT_EQ(take(string), expected) << text;
+  }
+  std::mt19937 random(11);
+  const std::string some = "%%%+09afAFzG.";
+  test::atEveryLevel([&] {
+    for (size_t round = 0; round < 4000; ++round) {
+      std::string text(random() % 70, 'x');
+      for (size_t i = random() % 30; i != 0; --i) text += some[random() % some.size()];
+      text.append(random() % 40, 'y');
+      if (random() % 2) text += '%';
+      const std::string expected = naiveUnescaped(text);
+      const test::GuardedBuffer<char> buffer{std::span<const char>(text)};
+      const uint64_t length = vq::url::unescape(buffer.data(), text.size());
+      ASSERT_EQ(std::string(buffer.data(), length), expected) << text;
+    }
+  });
+}
+
+TEST_F(UrlEscapes, EmptyTexts) {
+  EXPECT_EQ(encoded(std::u32string()), U"");
+  EXPECT_EQ(encoded(std::string()), "");
+  EXPECT_EQ(decoded(U""), U"");
+}
+
+// A character without a UTF-8 form: escaped up to it, itself and all behind it as they were.
+TEST_F(UrlEscapes, AFailureLeavesTheFrontEscaped) {
+  for (const Form form : {Form::exact, Form::roomy}) {
+    for (const char32_t bad : {0xD800u, 0xDFFFu, 0x110000u, 0xFFFFFFFFu}) {
+      std::u32string text = U"a b\u00E9_";
+      text += bad;
+      text += U" tail";
+      VQString* string = make(text, form);
+      EXPECT_EQ(vqStringURLEncode(string), VQSTATUS_BAD_SEQUENCE);
+      EXPECT_EQ(take(string), U"a%20b%C3%A9%5F" + text.substr(5));
+    }
+  }
+  // The text of a failed unescaping is gone; a text that does not get that far stays.
+  VQString* string = make(U"ab%FFcd", Form::roomy);
+  EXPECT_EQ(vqStringURLDecode(string), VQSTATUS_BAD_SEQUENCE);
+  EXPECT_EQ(take(string), U"ab");
+  const std::u32string unpaired{U'%', U'4', U'1', 0xD800};
+  string = make(unpaired, Form::roomy);
+  EXPECT_EQ(vqStringURLDecode(string), VQSTATUS_BAD_SEQUENCE);
+  EXPECT_EQ(take(string), unpaired);
+}
+
+class UrlFaults : public test::FaultTest {};
+
+// A single fault on the short way is made good by the long way.
+TEST_F(UrlFaults, EscapingWideTextTriesAgain) {
+  const std::u32string text = U"ab \u00E9\u20AC~z";
+  EXPECT_EQ(forEveryFault(
+                [&] {
+                  VQString* string = vqStringCreate(service(), faultyPool(), text.data(),
+                                                    static_cast<int64_t>(text.size()), 1);
+                  if (string == nullptr) return VQSTATUS_NO_MEMORY;
+                  const VQStatus status = vqStringURLEncode(string);
+                  EXPECT_EQ(status, 0u);
+                  EXPECT_EQ(std::u32string(string->text), widened(naiveEscaped(utf8Of(text))));
+                  vqStringDestroy(string);
+                  return status;
+                },
+                [](VQStatus status, const test::Fault& fault) {
+                  EXPECT_EQ(status, fault.number == 1 ? VQSTATUS_NO_MEMORY : 0u);
+                }),
+            0u);
+}
+
+// A pool that has nothing more to give after a number of blocks.
+struct DryingPool : VQPool {
+  DryingPool(VQPool* source, int blockCount) : real(source), left(blockCount) {
+    poolAlloc = [](VQPool* pool, uint64_t byteCount, uint32_t flags) -> void* {
+      auto* self = static_cast<DryingPool*>(pool);
+      return self->left-- > 0 ? self->real->poolAlloc(self->real, byteCount, flags) : nullptr;
+    };
+    poolFree = [](VQPool* pool, void* block) {
+      auto* self = static_cast<DryingPool*>(pool);
+      return self->real->poolFree(self->real, block);
+    };
+  }
+  VQPool* real;
+  int left;
+};
+
+// What memory allows is done: a front of escapes, perhaps the start of one more, and the rest as it was.
+TEST_F(UrlEscapes, WithoutMemoryTheFrontIsEscaped) {
+  std::u32string text;
+  for (int i = 0; i < 30; ++i) text += U"x\u00E9 ";
+  const std::u32string whole = widened(naiveEscaped(utf8Of(text)));
+  std::vector<size_t> fronts;
+  VQStatus status = VQSTATUS_NO_MEMORY;
+  for (int blocks = 0; status != 0; ++blocks) {
+    ASSERT_LT(blocks, 50);
+    VQString* string = make(text, Form::exact);
+    DryingPool pool(string->pool, blocks);
+    string->pool = &pool;
+    status = vqStringURLEncode(string);
+    if (status != 0) {
+      EXPECT_EQ(status, VQSTATUS_NO_MEMORY);
+    }
+    string->pool = pool.real;
+    const std::u32string result = take(string);
+    size_t front = 0;
+    while (front < result.size() && front < whole.size() && result[front] == whole[front]) ++front;
+    const std::u32string rest = result.substr(front);
+    EXPECT_EQ(rest, text.substr(text.size() - rest.size())) << blocks;
+    fronts.push_back(front);
+  }
+  EXPECT_EQ(fronts.front(), 1u);
+  EXPECT_EQ(fronts.back(), whole.size());
+  // Some runs fail in the middle.
+  EXPECT_GT(fronts.size(), 3u);
+}
+
+TEST_F(UrlFaults, EscapingUtf8LeavesTheString) {
+  for (const size_t count : {10u, 900u}) {
+    const std::string text(count, ' ');
+    VQU8String* string = nullptr;
+    VQStatus last = forEveryFault(
+        [&] {
+          VQStatus status = vqU8StringCreateSized(service(), &string, faultyPool(), text.data(),
+                                                  static_cast<int64_t>(count), 0);
+          if (status != 0) return status;
+          status = vqU8StringURLEncode(string);
+          EXPECT_EQ(std::string(string->text, string->length), status == 0 ? naiveEscaped(text) : text);
+          vqU8StringDestroy(string);
+          return status;
+        },
+        [](VQStatus status, const test::Fault&) { EXPECT_EQ(status, VQSTATUS_NO_MEMORY); });
+    EXPECT_EQ(last, 0u);
+  }
+}
+
+TEST_F(UrlFaults, Unescaping) {
+  const std::u32string text = U"a%20b+c%C3%A9";
+  EXPECT_EQ(forEveryFault(
+                [&] {
+                  VQString* string = vqStringCreate(service(), faultyPool(), text.data(),
+                                                    static_cast<int64_t>(text.size()), 1);
+                  if (string == nullptr) return VQSTATUS_NO_MEMORY;
+                  const VQStatus status = vqStringURLDecode(string);
+                  const std::u32string result(string->text, static_cast<size_t>(string->length));
+                  // Only a failed conversion back loses the text.
+                  if (status != test::injectedStatus || !result.empty()) {
+                    EXPECT_EQ(result, status == 0 ? U"a b c\u00E9" : text);
+                  }
+                  vqStringDestroy(string);
+                  return status;
+                },
+                [](VQStatus status, const test::Fault&) { EXPECT_NE(status, 0u); }),
+            0u);
+}
+
+}  // namespace
