@@ -20,13 +20,15 @@ std::unique_ptr<NumberFormatter> makeNumberFormatter(const icu::Locale& place, U
 
 icu::DateFormat* createDateFormat(const icu::Locale& place, Locale::DateForm form,
                                   icu::DateFormat::EStyle style) {
+  // The longer styles of a time name its zone, and a value has none.
+  const auto timeStyle = style == icu::DateFormat::kShort ? style : icu::DateFormat::kMedium;
   switch (form) {
     case Locale::date:
       return icu::DateFormat::createDateInstance(style, place);
     case Locale::time:
-      return icu::DateFormat::createTimeInstance(style, place);
+      return icu::DateFormat::createTimeInstance(timeStyle, place);
     default:
-      return icu::DateFormat::createDateTimeInstance(style, style, place);
+      return icu::DateFormat::createDateTimeInstance(style, timeStyle, place);
   }
 }
 
@@ -68,7 +70,7 @@ KeptObjects<NumberFormatter>::Loan Locale::numberFormatter(NumberForm form) {
 
 KeptObjects<NumberFormatter>::Loan Locale::numberReader(NumberReader reader) {
   return readers_[reader].borrow([&] {
-    auto made = makeNumberFormatter(place, UNUM_DECIMAL);
+    auto made = makeNumberFormatter(place, reader == readsScientific ? UNUM_SCIENTIFIC : UNUM_DECIMAL);
     if (made == nullptr) return made;
     // Separators must stand where they belong.
     made->format->setLenient(false);

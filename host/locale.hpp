@@ -34,7 +34,7 @@ struct Locale : VQLocale {
   static Locale& of(VQLocale* locale) { return *static_cast<Locale*>(locale); }
 
   enum NumberForm { grouped, plain, scientific, numberForms };
-  enum NumberReader { readsDoubles, readsIntegers, numberReaders };
+  enum NumberReader { readsDoubles, readsScientific, readsIntegers, numberReaders };
   enum DateForm { date, time, dateTime, dateForms };
   // More digits than any double has behind its point.
   static constexpr int32_t allDigits = 340;

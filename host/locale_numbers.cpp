@@ -135,29 +135,30 @@ VQStatus formatInteger(VQLocale* self, Integer value, uint32_t width, uint32_t o
 }
 
 // Reads the whole text, or says no.
-VQStatus read(VQLocale* self, Locale::NumberReader kind, const char* text, int64_t byteCount,
+VQStatus read(VQLocale* self, Locale::NumberReader kind, const icu::UnicodeString& text,
               icu::Formattable& number) {
-  const icu::UnicodeString wide = fromUtf8(text, byteCount);
-  if (wide.isEmpty()) return VQHOST_STATUS_LOCALE_TEXT;
+  if (text.isEmpty()) return VQHOST_STATUS_LOCALE_TEXT;
   const auto reader = Locale::of(self).numberReader(kind);
   if (!reader) return VQHOST_STATUS_ICU;
   icu::ParsePosition position;
-  reader->format->parse(wide, number, position);
-  const bool isWhole = position.getErrorIndex() < 0 && position.getIndex() == wide.length();
+  reader->format->parse(text, number, position);
+  const bool isWhole = position.getErrorIndex() < 0 && position.getIndex() == text.length();
   return isWhole ? 0 : VQHOST_STATUS_LOCALE_TEXT;
 }
 
 VQStatus toDouble(VQLocale* self, const char* text, int64_t byteCount, uint32_t, double* value,
                   uint64_t) noexcept {
   return guarded([&]() -> VQStatus {
+    const icu::UnicodeString wide = fromUtf8(text, byteCount);
     icu::Formattable number;
-    if (const VQStatus status = read(self, Locale::readsDoubles, text, byteCount, number); status != 0) {
-      return status;
-    }
-    UErrorCode status = U_ZERO_ERROR;
-    const double read = number.getDouble(status);
-    if (U_FAILURE(status)) return VQHOST_STATUS_LOCALE_TEXT;
-    *value = read;
+    VQStatus status = read(self, Locale::readsDoubles, wide, number);
+    // Some places put more around a number with an exponent than the exponent: [5E-324].
+    if (status == VQHOST_STATUS_LOCALE_TEXT) status = read(self, Locale::readsScientific, wide, number);
+    if (status != 0) return status;
+    UErrorCode failure = U_ZERO_ERROR;
+    const double result = number.getDouble(failure);
+    if (U_FAILURE(failure)) return VQHOST_STATUS_LOCALE_TEXT;
+    *value = result;
     return 0;
   });
 }
@@ -220,9 +221,8 @@ template <class Integer>
 VQStatus toInteger(VQLocale* self, const char* text, int64_t byteCount, uint32_t, Integer* value) noexcept {
   return guarded([&]() -> VQStatus {
     icu::Formattable number;
-    if (const VQStatus status = read(self, Locale::readsIntegers, text, byteCount, number); status != 0) {
-      return status;
-    }
+    const VQStatus status = read(self, Locale::readsIntegers, fromUtf8(text, byteCount), number);
+    if (status != 0) return status;
     Integer whole = 0;
     if (!fits(number, &whole)) return VQHOST_STATUS_LOCALE_RANGE;
     *value = whole;

@@ -1,14 +1,154 @@
-// Memory pools: blocks of the C library's allocator, chained so that the end of a pool ends them all.
+// The pool's allocator. A thread finds its cache of a pool in a small table by the pool's number; caches
+// belong to the pool and are handed from threads that end to threads that come.
 #include "host/pool.hpp"
 
+#include <bit>
 #include <cstdlib>
 #include <cstring>
+#include <unordered_map>
+#include <utility>
 
 namespace vq::host {
 
+// A block that is in use carries its pool's number; the free ones carry none and are linked through the
+// payload.
 struct alignas(16) Pool::Header {
-  Header* previous;
-  Header* next;
+  uint32_t sizeClass;
+  uint32_t reserved;
+  uint64_t owner;
+
+  void* payload() { return this + 1; }
+  static Header* of(void* payload) { return static_cast<Header*>(payload) - 1; }
+  Header*& next() { return *static_cast<Header**>(payload()); }
+};
+
+struct alignas(16) Pool::LargeBlock {
+  LargeBlock* previous;
+  LargeBlock* next;
+  uint64_t byteCount;
+  uint64_t reserved;
+  Header header;
+
+  static LargeBlock* of(Header* header) {
+    return reinterpret_cast<LargeBlock*>(reinterpret_cast<char*>(header) - offsetof(LargeBlock, header));
+  }
+};
+
+struct Pool::ThreadCache {
+  std::array<FreeList, classCount> lists{};
+  // The unused rest of the newest slab.
+  char* slabAt = nullptr;
+  char* slabEnd = nullptr;
+  // Blocks taken less blocks given back through this cache; written by its thread alone.
+  std::atomic<int64_t> balance{0};
+  bool isClaimed = true;
+  ThreadCache* next = nullptr;
+
+  void count(int64_t change) {
+    balance.store(balance.load(std::memory_order_relaxed) + change, std::memory_order_relaxed);
+  }
+};
+
+namespace {
+
+constexpr uint32_t largeClass = UINT32_MAX;
+
+// Under a sanitizer every block is malloc's own, so that it is watched.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool isWatched = true;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+constexpr bool isWatched = true;
+#else
+constexpr bool isWatched = false;
+#endif
+#else
+constexpr bool isWatched = false;
+#endif
+
+constexpr size_t firstSlabBytes = 4 * 1024;
+constexpr size_t largestSlabBytes = 256 * 1024;
+// What a thread keeps of one class before it shares, in bytes and in blocks.
+constexpr size_t keptBytes = 64 * 1024;
+constexpr size_t keptBlocks = 8;
+
+constexpr size_t classOf(size_t byteCount) {
+  if (byteCount <= 256) return byteCount == 0 ? 0 : (byteCount - 1) / 16;
+  // The two bits below the highest one choose among four.
+  const auto shift = static_cast<size_t>(std::bit_width(byteCount - 1)) - 3;
+  return 16 + (shift - 6) * 4 + ((byteCount - 1) >> shift) - 4;
+}
+
+constexpr size_t bytesOf(size_t sizeClass) {
+  if (sizeClass < 16) return (sizeClass + 1) * 16;
+  const size_t step = sizeClass - 16;
+  return (step % 4 + 5) << (step / 4 + 6);
+}
+
+constexpr bool classesFit() {
+  for (size_t bytes = 0; bytes <= Pool::largestSmall; ++bytes) {
+    const size_t sizeClass = classOf(bytes);
+    if (sizeClass >= Pool::classCount || bytesOf(sizeClass) < bytes) return false;
+    if (sizeClass > 0 && bytesOf(sizeClass - 1) >= bytes && bytes > 0) return false;
+  }
+  return classOf(Pool::largestSmall) == Pool::classCount - 1;
+}
+
+struct SizeTable {
+  std::array<uint32_t, Pool::classCount> bytes{};
+  std::array<uint32_t, Pool::classCount> kept{};
+  constexpr SizeTable() {
+    for (size_t i = 0; i < Pool::classCount; ++i) {
+      bytes[i] = static_cast<uint32_t>(bytesOf(i));
+      kept[i] = static_cast<uint32_t>(std::max(keptBytes / bytesOf(i), keptBlocks));
+    }
+  }
+};
+constexpr SizeTable sizes;
+static_assert(bytesOf(classOf(Pool::largestSmall)) == Pool::largestSmall);
+
+// The pools that are alive, for threads that end.
+struct LivePools {
+  std::mutex mutex;
+  std::unordered_map<uint64_t, Pool*> byId;
+};
+LivePools& livePools() {
+  // Never destroyed: threads may end after the program's static objects.
+  static auto* all = new LivePools;
+  return *all;
+}
+
+uint64_t nextPoolId() {
+  static std::atomic<uint64_t> next{1};
+  return next.fetch_add(1, std::memory_order_relaxed);
+}
+
+}  // namespace
+
+// One thread's way to its caches. A pool whose place is taken by another one takes it over.
+struct Pool::ThreadTable {
+  struct Entry {
+    uint64_t poolId;
+    ThreadCache* cache;
+  };
+  static constexpr size_t entryCount = 16;
+  // Small enough for the room that the dynamic linker keeps for libraries that are loaded late.
+  static inline thread_local constinit Entry entries[entryCount]
+      __attribute__((tls_model("initial-exec"))) = {};
+
+  static Entry& entryOf(uint64_t poolId) { return entries[poolId % entryCount]; }
+
+  static void leave(Entry& entry) noexcept {
+    if (entry.cache == nullptr) return;
+    const std::lock_guard hold(livePools().mutex);
+    const auto found = livePools().byId.find(entry.poolId);
+    if (found != livePools().byId.end()) found->second->retireCache(*entry.cache);
+    entry = {};
+  }
+
+  ~ThreadTable() {
+    for (Entry& entry : entries) leave(entry);
+  }
 };
 
 namespace {
@@ -22,8 +162,7 @@ void* allocateIn(VQPool* pool, uint64_t byteCount, uint32_t flags) noexcept {
 }
 
 VQStatus freeIn(VQPool* pool, void* block) noexcept {
-  Pool::of(pool).free(block);
-  return 0;
+  return Pool::of(pool).free(block);
 }
 
 void* reallocateIn(VQPool* pool, void* block, uint64_t byteCount, uint64_t) noexcept {
@@ -33,59 +172,214 @@ void* reallocateIn(VQPool* pool, void* block, uint64_t byteCount, uint64_t) noex
 }  // namespace
 
 Pool::Pool(Kernel& owner, const char* poolName)
-    : VQPool{destroyPool, allocateIn, freeIn, reallocateIn}, kernel(owner), name(poolName ? poolName : "") {}
+    : VQPool{destroyPool, allocateIn, freeIn, reallocateIn},
+      kernel(owner),
+      name(poolName != nullptr ? poolName : ""),
+      id_(nextPoolId()),
+      nextSlabBytes_(firstSlabBytes) {
+  static_assert(classesFit());
+  const std::lock_guard hold(livePools().mutex);
+  livePools().byId.emplace(id_, this);
+}
 
 Pool::~Pool() {
-  for (Header* block = first_; block != nullptr;) {
-    Header* next = block->next;
-    std::free(block);
-    block = next;
+  {
+    // From here on no thread that ends looks at this pool.
+    const std::lock_guard hold(livePools().mutex);
+    livePools().byId.erase(id_);
   }
+  while (large_ != nullptr) std::free(std::exchange(large_, large_->next));
+  while (slabs_ != nullptr) std::free(std::exchange(slabs_, slabs_->next));
+  while (caches_ != nullptr) delete std::exchange(caches_, caches_->next);
   const std::lock_guard hold(kernel.poolsMutex);
   if (kernel.pools.erase(this) != 0) kernel.liveObjects.add(-1);
 }
 
-void* Pool::allocate(uint64_t byteCount, bool isZeroFilled) noexcept {
-  if (byteCount > UINT64_MAX / 2) return nullptr;
-  const size_t whole = byteCount + sizeof(Header);
-  auto* block = static_cast<Header*>(isZeroFilled ? std::calloc(1, whole) : std::malloc(whole));
-  if (block == nullptr) return nullptr;
+// ---- caches ----
+
+// Null when memory runs out: the caller then takes a large block, or fails.
+Pool::ThreadCache* Pool::claimCache() noexcept {
+  // Its end gives back the caches of the thread.
+  thread_local ThreadTable table;
+  ThreadTable::Entry& entry = ThreadTable::entryOf(id_);
+  ThreadTable::leave(entry);
   const std::lock_guard hold(mutex_);
-  block->previous = nullptr;
-  block->next = first_;
-  if (first_ != nullptr) first_->previous = block;
-  first_ = block;
-  ++count_;
-  return block + 1;
+  ThreadCache* cache = caches_;
+  while (cache != nullptr && cache->isClaimed) cache = cache->next;
+  if (cache == nullptr) {
+    cache = new (std::nothrow) ThreadCache;
+    if (cache == nullptr) return nullptr;
+    cache->next = caches_;
+    caches_ = cache;
+  }
+  cache->isClaimed = true;
+  entry = {id_, cache};
+  return cache;
 }
 
-void Pool::free(void* memory) noexcept {
-  if (memory == nullptr) return;
-  Header* block = static_cast<Header*>(memory) - 1;
-  {
-    const std::lock_guard hold(mutex_);
-    (block->previous != nullptr ? block->previous->next : first_) = block->next;
-    if (block->next != nullptr) block->next->previous = block->previous;
-    --count_;
+void Pool::retireCache(ThreadCache& cache) noexcept {
+  const std::lock_guard hold(mutex_);
+  cache.isClaimed = false;
+}
+
+// A free block of the class from the pool's spare ones, or a fresh one; null when memory runs out.
+Pool::Header* Pool::refill(ThreadCache& cache, size_t sizeClass) noexcept {
+  const size_t blockBytes = sizes.bytes[sizeClass] + sizeof(Header);
+  const std::lock_guard hold(mutex_);
+  if (FreeList& spare = spare_[sizeClass]; spare.first != nullptr) {
+    // All of them, or as many as a thread keeps.
+    FreeList& list = cache.lists[sizeClass];
+    while (spare.first != nullptr && list.count < sizes.kept[sizeClass] / 2 + 1) {
+      Header* block = std::exchange(spare.first, spare.first->next());
+      --spare.count;
+      block->next() = std::exchange(list.first, block);
+      ++list.count;
+    }
+    --list.count;
+    return std::exchange(list.first, list.first->next());
   }
-  std::free(block);
+  if (!addSlab(cache, blockBytes)) return nullptr;
+  auto* block = reinterpret_cast<Header*>(std::exchange(cache.slabAt, cache.slabAt + blockBytes));
+  block->sizeClass = static_cast<uint32_t>(sizeClass);
+  return block;
+}
+
+bool Pool::addSlab(ThreadCache& cache, size_t blockBytes) noexcept {
+  const size_t slabBytes = std::max(nextSlabBytes_, sizeof(Slab) + blockBytes);
+  auto* slab = static_cast<Slab*>(std::malloc(slabBytes));
+  if (slab == nullptr) return false;
+  nextSlabBytes_ = std::min(nextSlabBytes_ * 2, largestSlabBytes);
+  slab->next = std::exchange(slabs_, slab);
+  cache.slabAt = reinterpret_cast<char*>(slab + 1);
+  cache.slabEnd = reinterpret_cast<char*>(slab) + slabBytes;
+  return true;
+}
+
+// Half of a long list goes where other threads find it.
+void Pool::spill(ThreadCache& cache, size_t sizeClass) noexcept {
+  FreeList& list = cache.lists[sizeClass];
+  const std::lock_guard hold(mutex_);
+  FreeList& spare = spare_[sizeClass];
+  for (size_t moving = list.count / 2; moving != 0; --moving) {
+    Header* block = std::exchange(list.first, list.first->next());
+    block->next() = std::exchange(spare.first, block);
+    --list.count;
+    ++spare.count;
+  }
+}
+
+// ---- blocks ----
+
+void* Pool::allocate(uint64_t byteCount, bool isZeroFilled) noexcept {
+  if (isWatched || byteCount > largestSmall) return allocateLarge(byteCount, isZeroFilled);
+  ThreadTable::Entry& entry = ThreadTable::entryOf(id_);
+  ThreadCache* cache = entry.poolId == id_ ? entry.cache : claimCache();
+  if (cache == nullptr) return nullptr;
+  const size_t sizeClass = classOf(byteCount);
+  FreeList& list = cache->lists[sizeClass];
+  Header* block = list.first;
+  if (block != nullptr) {
+    list.first = block->next();
+    --list.count;
+  } else {
+    const size_t blockBytes = sizes.bytes[sizeClass] + sizeof(Header);
+    if (static_cast<size_t>(cache->slabEnd - cache->slabAt) >= blockBytes) {
+      block = reinterpret_cast<Header*>(std::exchange(cache->slabAt, cache->slabAt + blockBytes));
+      block->sizeClass = static_cast<uint32_t>(sizeClass);
+    } else {
+      block = refill(*cache, sizeClass);
+      if (block == nullptr) return nullptr;
+    }
+  }
+  block->owner = id_;
+  cache->count(1);
+  if (isZeroFilled) std::memset(block->payload(), 0, byteCount);
+  return block->payload();
+}
+
+VQStatus Pool::free(void* memory) noexcept {
+  if (memory == nullptr) return 0;
+  Header* block = Header::of(memory);
+  if (block->owner != id_) return VQSTATUS_BAD_ARGUMENT;
+  if (block->sizeClass == largeClass) {
+    freeLarge(block);
+    return 0;
+  }
+  ThreadTable::Entry& entry = ThreadTable::entryOf(id_);
+  ThreadCache* cache = entry.poolId == id_ ? entry.cache : claimCache();
+  if (cache == nullptr) return VQSTATUS_NO_MEMORY;
+  block->owner = 0;
+  FreeList& list = cache->lists[block->sizeClass];
+  block->next() = std::exchange(list.first, block);
+  cache->count(-1);
+  if (++list.count > sizes.kept[block->sizeClass]) spill(*cache, block->sizeClass);
+  return 0;
 }
 
 void* Pool::reallocate(void* memory, uint64_t byteCount) noexcept {
   if (memory == nullptr) return allocate(byteCount, false);
+  Header* block = Header::of(memory);
+  if (block->owner != id_) return nullptr;
+  if (block->sizeClass == largeClass) return reallocateLarge(block, byteCount);
+  const size_t present = sizes.bytes[block->sizeClass];
+  if (byteCount <= present) return memory;
+  void* grown = allocate(byteCount, false);
+  if (grown == nullptr) return nullptr;
+  std::memcpy(grown, memory, present);
+  free(memory);
+  return grown;
+}
+
+// ---- large blocks ----
+
+void* Pool::allocateLarge(uint64_t byteCount, bool isZeroFilled) noexcept {
+  if (byteCount > UINT64_MAX / 2) return nullptr;
+  const size_t whole = byteCount + sizeof(LargeBlock);
+  auto* block = static_cast<LargeBlock*>(isZeroFilled ? std::calloc(1, whole) : std::malloc(whole));
+  if (block == nullptr) return nullptr;
+  block->byteCount = byteCount;
+  block->header.sizeClass = largeClass;
+  block->header.owner = id_;
+  const std::lock_guard hold(mutex_);
+  block->previous = nullptr;
+  block->next = large_;
+  if (large_ != nullptr) large_->previous = block;
+  large_ = block;
+  ++largeCount_;
+  return block->header.payload();
+}
+
+void Pool::freeLarge(Header* header) noexcept {
+  LargeBlock* block = LargeBlock::of(header);
+  header->owner = 0;
+  {
+    const std::lock_guard hold(mutex_);
+    (block->previous != nullptr ? block->previous->next : large_) = block->next;
+    if (block->next != nullptr) block->next->previous = block->previous;
+    --largeCount_;
+  }
+  std::free(block);
+}
+
+void* Pool::reallocateLarge(Header* header, uint64_t byteCount) noexcept {
   if (byteCount > UINT64_MAX / 2) return nullptr;
   const std::lock_guard hold(mutex_);
   auto* block =
-      static_cast<Header*>(std::realloc(static_cast<Header*>(memory) - 1, byteCount + sizeof(Header)));
+      static_cast<LargeBlock*>(std::realloc(LargeBlock::of(header), byteCount + sizeof(LargeBlock)));
   if (block == nullptr) return nullptr;
-  (block->previous != nullptr ? block->previous->next : first_) = block;
+  block->byteCount = byteCount;
+  (block->previous != nullptr ? block->previous->next : large_) = block;
   if (block->next != nullptr) block->next->previous = block;
-  return block + 1;
+  return block->header.payload();
 }
 
 uint64_t Pool::liveBlocks() const {
   const std::lock_guard hold(mutex_);
-  return count_;
+  int64_t count = static_cast<int64_t>(largeCount_);
+  for (const ThreadCache* cache = caches_; cache != nullptr; cache = cache->next) {
+    count += cache->balance.load(std::memory_order_relaxed);
+  }
+  return static_cast<uint64_t>(count);
 }
 
 Pool* createPool(Kernel& kernel, const char* name) {

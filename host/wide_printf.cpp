@@ -2,6 +2,7 @@
 #include "host/wide_printf.hpp"
 
 #include <cstring>
+#include <iterator>
 
 #include "host/printf_parts.hpp"
 #include "utf/transcode.hpp"
@@ -149,9 +150,16 @@ VQStatus putUtf8Text(WideOutput& out, const Conversion& conversion, const char* 
   const uint64_t count = transcode::wideLengthOfUtf8(bytes, byteCount);
   VQStatus status = 0;
   putPadded(out, conversion, count, [&] {
-    const transcode::Result result = transcode::utf8ToWide(bytes, byteCount, out.next(), out.room());
+    transcode::Result result = transcode::utf8ToWide(bytes, byteCount, out.next(), out.room());
     out.advance(result.written, count - result.written);
-    if (result.status != VQSTATUS_TARGET_FULL) status = result.status;
+    // What has no room is judged all the same: measuring must not promise a text that there is none of.
+    while (result.status == VQSTATUS_TARGET_FULL) {
+      bytes += result.consumed;
+      byteCount -= result.consumed;
+      VQChar judged[64];
+      result = transcode::utf8ToWide(bytes, byteCount, judged, std::size(judged));
+    }
+    status = result.status;
   });
   return status;
 }
