@@ -6,7 +6,7 @@
 
 namespace {
 
-using cli_test::Run;
+using cli_test::Outcome;
 using cli_test::runTool;
 using cli_test::ScratchFile;
 using testing::HasSubstr;
@@ -23,7 +23,7 @@ void expectAll(const std::vector<Case>& cases) {
     std::string shown;
     for (const std::string& argument : row.arguments) shown += " " + argument;
     SCOPED_TRACE(shown);
-    const Run run = runTool(row.arguments, row.input);
+    const auto run = runTool(row.arguments, row.input);
     EXPECT_EQ(run.out, row.output);
     EXPECT_EQ(run.exitCode, row.exitCode) << run.err;
   }
@@ -109,7 +109,7 @@ TEST(TextCommands, TellIllFormedLines) {
   const std::string input = " ok \n \xFF \n \xC3\n ok ";
   for (const Case& row :
        {Case{{"trim"}, input, "ok\n \xFF \n \xC3\nok", 1}, Case{{"find", "ok"}, input, " ok \n ok \n", 1}}) {
-    const Run run = runTool(row.arguments, row.input);
+    const auto run = runTool(row.arguments, row.input);
     EXPECT_EQ(run.out, row.output);
     EXPECT_EQ(run.exitCode, row.exitCode);
     EXPECT_THAT(run.err, HasSubstr("-:2: ill-formed UTF-8"));
@@ -152,7 +152,7 @@ TEST(CompareCommand, ComparesTextNotBytes) {
     std::vector<std::string> arguments{"compare"};
     arguments.insert(arguments.end(), row.options.begin(), row.options.end());
     arguments.insert(arguments.end(), {utf8.path(), row.other.path()});
-    const Run run = runTool(arguments);
+    const auto run = runTool(arguments);
     SCOPED_TRACE(run.out + run.err);
     EXPECT_EQ(run.exitCode, row.exitCode);
     if (row.said.empty()) {
