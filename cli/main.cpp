@@ -40,6 +40,8 @@ std::string versionText() {
 
 int run(CLI::App& app, vqs::Session& session, int argc, char** argv) {
   try {
+    if (argc > 1 && argv[1][0] != '-' && !app.get_subcommand_no_throw(argv[1]))
+      throw vqs::UsageFailure("no command is called \"" + std::string(argv[1]) + "\"; vqs --help lists them");
     app.parse(argc, argv);
     session.out.flush();
     return session.exitCode;
