@@ -19,11 +19,22 @@ class Reader {
 
   bool isAtEnd() const { return next_ == end_; }
 
-  // The text up to the next percent sign.
-  std::u32string_view literal() {
-    const VQChar* start = next_;
-    while (next_ != end_ && *next_ != '%') ++next_;
-    return {start, static_cast<size_t>(next_ - start)};
+  // The text up to the next percent sign. Mostly an element or two, so one loop looks and copies.
+  void copyLiteral(WideOutput& out) {
+    for (; next_ != end_ && *next_ != '%'; ++next_) out.put(*next_);
+  }
+
+  // %d with a width of one digit at most, perhaps filled with zeros, which is what most conversions are.
+  // False leaves the reader where it is.
+  bool readSimple(uint64_t& width, VQChar& filler) {
+    const VQChar* next = next_ + 1;
+    filler = ' ';
+    width = 0;
+    if (next != end_ && *next == '0') filler = *next++;
+    if (next != end_ && *next >= '1' && *next <= '9') width = *next++ - '0';
+    if (next == end_ || *next != 'd') return false;
+    next_ = next + 1;
+    return true;
   }
 
   // The conversion at the percent sign where the reader stands.
@@ -199,6 +210,18 @@ constexpr uint32_t with(ArgumentSize size) {
 constexpr uint32_t integerSizes = with(ArgumentSize::L) - 1;
 constexpr uint32_t floatSizes = with(ArgumentSize::plain) | with(ArgumentSize::l) | with(ArgumentSize::L);
 
+// %d and its like. The fields of dates and times are two digits.
+void putSimple(WideOutput& out, int64_t value, uint64_t width, VQChar filler) {
+  if (width == 2 && filler == '0' && value >= 0 && value < 100) {
+    if (VQChar* pair = out.take(2)) {
+      pair[0] = digitPairs.pairs[value].tens;
+      pair[1] = digitPairs.pairs[value].ones;
+      return;
+    }
+  }
+  putDecimal(out, static_cast<uint64_t>(value < 0 ? -value : value), value < 0 ? '-' : '\0', width, filler);
+}
+
 VQStatus put(WideOutput& out, const Conversion& conversion, Arguments& arguments) {
   const auto takes = [&](uint32_t sizes) { return (sizes & with(conversion.size)) != 0; };
   switch (conversion.letter) {
@@ -252,9 +275,14 @@ VQStatus formatWide(const VQChar* format, uint64_t formatLength, VQChar* buffer,
   va_copy(arguments.list, list);
   VQStatus status = 0;
   while (status == 0) {
-    const std::u32string_view literal = reader.literal();
-    out.append(literal.data(), literal.size());
+    reader.copyLiteral(out);
     if (reader.isAtEnd()) break;
+    uint64_t width;
+    VQChar filler;
+    if (reader.readSimple(width, filler)) {
+      putSimple(out, va_arg(arguments.list, int), width, filler);
+      continue;
+    }
     Conversion conversion;
     if (!reader.read(conversion, arguments)) {
       status = VQHOST_STATUS_FORMAT;
