@@ -1,6 +1,7 @@
 // The walk over a format: literal text, and one conversion after the other. Numbers have a file of their own.
 #include "host/wide_printf.hpp"
 
+#include <cstddef>
 #include <cstring>
 #include <iterator>
 
@@ -19,22 +20,60 @@ class Reader {
 
   bool isAtEnd() const { return next_ == end_; }
 
-  // The text up to the next percent sign. Mostly an element or two, so one loop looks and copies.
-  void copyLiteral(WideOutput& out) {
-    for (; next_ != end_ && *next_ != '%'; ++next_) out.put(*next_);
+  // Writes literal text and small numbers, %d with a width of one digit at most, perhaps filled with zeros:
+  // that is what dates are made of, and most formats. Everything is held in registers meanwhile. Stops at the
+  // first conversion of another kind, and where there might be no room.
+  void writeSimplePart(WideOutput& out, Arguments& arguments) {
+    const VQChar* format = next_;
+    VQChar* target = out.next();
+    VQChar* const last = target + out.room();
+    // Room for the widest, and for a sign.
+    constexpr std::ptrdiff_t widest = 10;
+    while (format != end_ && last - target >= widest) {
+      if (*format != '%') {
+        *target++ = *format++;
+        continue;
+      }
+      const VQChar* ahead = format + 1;
+      const bool hasZeros = ahead != end_ && *ahead == '0';
+      if (hasZeros) ++ahead;
+      std::ptrdiff_t width = 0;
+      if (ahead != end_ && *ahead >= '1' && *ahead <= '9')
+        width = static_cast<std::ptrdiff_t>(*ahead++ - '0');
+      if (ahead == end_ || *ahead != 'd') break;
+      format = ahead + 1;
+      const int value = va_arg(arguments.list, int);
+      const VQChar filler = hasZeros ? '0' : ' ';
+      if (value < 0 || value > 9999) {
+        out.advance(static_cast<uint64_t>(target - out.next()), 0);
+        const auto wide = static_cast<int64_t>(value);
+        putDecimal(out, static_cast<uint64_t>(wide < 0 ? -wide : wide), wide < 0 ? '-' : '\0',
+                   static_cast<uint64_t>(width), filler);
+        target = out.next();
+        continue;
+      }
+      const auto number = static_cast<unsigned>(value);
+      // How many digits a number has is anybody's guess, so the two of dates are written without asking.
+      if (hasZeros && width == 2 && number < 100) {
+        *target++ = digitPairs.pairs[number].tens;
+        *target++ = digitPairs.pairs[number].ones;
+        continue;
+      }
+      const std::ptrdiff_t digits = number < 10 ? 1 : number < 100 ? 2 : number < 1000 ? 3 : 4;
+      for (; width > digits; --width) *target++ = filler;
+      const DigitPair high = digitPairs.pairs[number / 100], low = digitPairs.pairs[number % 100];
+      if (digits > 3) *target++ = high.tens;
+      if (digits > 2) *target++ = high.ones;
+      if (digits > 1) *target++ = low.tens;
+      *target++ = low.ones;
+    }
+    next_ = format;
+    out.advance(static_cast<uint64_t>(target - out.next()), 0);
   }
 
-  // %d with a width of one digit at most, perhaps filled with zeros, which is what most conversions are.
-  // False leaves the reader where it is.
-  bool readSimple(uint64_t& width, VQChar& filler) {
-    const VQChar* next = next_ + 1;
-    filler = ' ';
-    width = 0;
-    if (next != end_ && *next == '0') filler = *next++;
-    if (next != end_ && *next >= '1' && *next <= '9') width = *next++ - '0';
-    if (next == end_ || *next != 'd') return false;
-    next_ = next + 1;
-    return true;
+  // The text up to the next percent sign.
+  void writeLiteral(WideOutput& out) {
+    for (; next_ != end_ && *next_ != '%'; ++next_) out.put(*next_);
   }
 
   // The conversion at the percent sign where the reader stands.
@@ -210,18 +249,6 @@ constexpr uint32_t with(ArgumentSize size) {
 constexpr uint32_t integerSizes = with(ArgumentSize::L) - 1;
 constexpr uint32_t floatSizes = with(ArgumentSize::plain) | with(ArgumentSize::l) | with(ArgumentSize::L);
 
-// %d and its like. The fields of dates and times are two digits.
-void putSimple(WideOutput& out, int64_t value, uint64_t width, VQChar filler) {
-  if (width == 2 && filler == '0' && value >= 0 && value < 100) {
-    if (VQChar* pair = out.take(2)) {
-      pair[0] = digitPairs.pairs[value].tens;
-      pair[1] = digitPairs.pairs[value].ones;
-      return;
-    }
-  }
-  putDecimal(out, static_cast<uint64_t>(value < 0 ? -value : value), value < 0 ? '-' : '\0', width, filler);
-}
-
 VQStatus put(WideOutput& out, const Conversion& conversion, Arguments& arguments) {
   const auto takes = [&](uint32_t sizes) { return (sizes & with(conversion.size)) != 0; };
   switch (conversion.letter) {
@@ -275,14 +302,9 @@ VQStatus formatWide(const VQChar* format, uint64_t formatLength, VQChar* buffer,
   va_copy(arguments.list, list);
   VQStatus status = 0;
   while (status == 0) {
-    reader.copyLiteral(out);
+    reader.writeSimplePart(out, arguments);
+    reader.writeLiteral(out);
     if (reader.isAtEnd()) break;
-    uint64_t width;
-    VQChar filler;
-    if (reader.readSimple(width, filler)) {
-      putSimple(out, va_arg(arguments.list, int), width, filler);
-      continue;
-    }
     Conversion conversion;
     if (!reader.read(conversion, arguments)) {
       status = VQHOST_STATUS_FORMAT;
