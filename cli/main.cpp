@@ -10,7 +10,9 @@
 
 namespace {
 
-constexpr auto families = {vqs::addCheck, vqs::addConvert, vqs::addSummaryCommand, vqs::addEncodings};
+constexpr auto families = {vqs::addCheck,   vqs::addSummaryCommand, vqs::addFind,
+                           vqs::addReplace, vqs::addTrim,           vqs::addTokens,
+                           vqs::addCompare, vqs::addConvert,        vqs::addEncodings};
 
 const char* const introduction =
     "Checks, converts and rewrites text by way of the vqstring service.\n"
@@ -32,6 +34,8 @@ std::string versionText() {
 
 int run(CLI::App& app, vqs::Session& session, int argc, char** argv) {
   try {
+    if (argc > 1 && argv[1][0] != '-' && !app.get_subcommand_no_throw(argv[1]))
+      throw vqs::UsageFailure("no command is called \"" + std::string(argv[1]) + "\"; vqs --help lists them");
     app.parse(argc, argv);
     session.out.flush();
     return session.exitCode;

@@ -93,7 +93,7 @@ VQ_TARGET_AVX2 inline uint64_t equalBits(__m256i low, __m256i high, char element
 // Looks at 64 bytes at once: those from the aligned address at or before the start, moved to where the source
 // has them all. Sources of fewer bytes do not come here.
 template <Ending ending, class Tokenizer, class Element, class Token>
-VQ_TARGET_AVX2 [[gnu::noinline]] Token* nextInBlock(Tokenizer* tokenizer, Element delimiter, Token* token) {
+[[gnu::noinline]] VQ_TARGET_AVX2 Token* nextInBlock(Tokenizer* tokenizer, Element delimiter, Token* token) {
   if (token->ownsBuffer == 1) [[unlikely]]
     return nextSearched<ending>(tokenizer, delimiter, token);
   const auto rest = restOf(tokenizer);

@@ -30,18 +30,31 @@ inline void moveByEnds(char* target, const char* source, size_t byteCount) {
   std::memcpy(target + byteCount - sizeof(Chunk), &back, sizeof(Chunk));
 }
 
+using Vector16 [[gnu::vector_size(16)]] = char;
+
+// From 32 to 64 bytes. Four variables, since a wider one would take the way over the stack.
+inline void moveUpTo64(char* target, const char* source, size_t byteCount) {
+  Vector16 first, second, third, last;
+  std::memcpy(&first, source, 16);
+  std::memcpy(&second, source + 16, 16);
+  std::memcpy(&third, source + byteCount - 32, 16);
+  std::memcpy(&last, source + byteCount - 16, 16);
+  std::memcpy(target, &first, 16);
+  std::memcpy(target + 16, &second, 16);
+  std::memcpy(target + byteCount - 32, &third, 16);
+  std::memcpy(target + byteCount - 16, &last, 16);
+}
+
 // As moveElements, without a call for up to 64 bytes.
 template <class Element>
 inline void moveMostlyShort(Element* targetElements, const Element* sourceElements, uint64_t count) {
-  using Vector16 [[gnu::vector_size(16)]] = char;
-  using Vector32 [[gnu::vector_size(32)]] = char;
   auto* target = reinterpret_cast<char*>(targetElements);
   const auto* source = reinterpret_cast<const char*>(sourceElements);
   const size_t byteCount = count * sizeof(Element);
   if (byteCount > 64) {
     std::memmove(target, source, byteCount);
   } else if (byteCount >= 32) {
-    moveByEnds<Vector32>(target, source, byteCount);
+    moveUpTo64(target, source, byteCount);
   } else if (byteCount >= 16) {
     moveByEnds<Vector16>(target, source, byteCount);
   } else if (byteCount >= 8) {

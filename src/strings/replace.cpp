@@ -1,9 +1,9 @@
 // Replacing occurrences of a wide needle: one, or all in one pass.
 //
-// What is told of a run over all occurrences is a series of single steps, each of which may grow the string
-// by the capacity rule. Here the same text, offset and capacity come out of one pass, in time linear in the
-// old and the new text. Only where the one large block cannot be had do the steps run singly, so that a
-// growth that fails leaves what the steps before it made.
+// A run over all occurrences stands for a series of single steps, each of which may grow the string by the
+// capacity rule. Here the same text, offset and capacity come out of one pass, in time linear in the old and
+// the new text. Only where the one large block cannot be had do the steps run singly, so that a growth that
+// fails leaves what the steps before it made.
 #include <algorithm>
 
 #include "strings/conversion_pass.hpp"
@@ -66,17 +66,21 @@ int64_t findFrom(const VQString* string, uint64_t offset, View needle) {
   return text::findFirst(string->text + offset, length - offset, needle.text, needle.length);
 }
 
-// What a replacement leaves that found no memory: the match is overwritten by as much of a longer replacement
-// as it holds, or cut out for a shorter one.
-void leaveHalfReplaced(VQString* string, uint64_t match, View needle, View replacement) {
+void cutOut(VQString* string, uint64_t match, View needle) {
   VQChar* hole = string->text + match;
-  if (replacement.length > needle.length) {
-    copyElements(hole, replacement.text, needle.length);
-    return;
-  }
   const uint64_t length = lengthOf<WideKind>(string);
   moveElements(hole, hole + needle.length, length - match - needle.length);
   shortenText<WideKind>(string, length - needle.length);
+}
+
+// What a replacement leaves that found no memory: the match is overwritten by as much of a longer replacement
+// as it holds, or cut out for a shorter one.
+void leaveHalfReplaced(VQString* string, uint64_t match, View needle, View replacement) {
+  if (replacement.length > needle.length) {
+    copyElements(string->text + match, replacement.text, needle.length);
+  } else {
+    cutOut(string, match, needle);
+  }
 }
 
 VQStatus replaceMatch(VQString* string, uint64_t match, View needle, View replacement) {
@@ -85,7 +89,7 @@ VQStatus replaceMatch(VQString* string, uint64_t match, View needle, View replac
     return 0;
   }
   if (replacement.length == 0) {
-    leaveHalfReplaced(string, match, needle, replacement);
+    cutOut(string, match, needle);
     return 0;
   }
   const VQStatus status =
@@ -114,19 +118,35 @@ VQStatus replaceNext(VQString* string, View needle, View replacement, int64_t* o
 
 // ---- All occurrences. A match never begins inside another, nor inside a replacement. ----
 
-// The next match of a run, by searching for it.
+// The next match of a run, by searching for it. A needle of one element tends to stand close, such as a blank
+// between words, and is then found without a call.
 struct SearchedMatches {
   View needle;
   int64_t next(const VQChar* rest, uint64_t length) const {
-    return text::findFirst(rest, length, needle.text, needle.length);
+    constexpr uint64_t close = 16;
+    uint64_t from = 0;
+    if (needle.length == 1) {
+      for (const uint64_t limit = std::min(length, close); from < limit; ++from) {
+        if (rest[from] == needle.text[0]) return static_cast<int64_t>(from);
+      }
+      if (from == length) return -1;
+    }
+    const int64_t found = text::findFirst(rest + from, length - from, needle.text, needle.length);
+    return found < 0 ? -1 : found + static_cast<int64_t>(from);
   }
 };
 
 // The matches of a run that was walked once before, to count them. The distances between the first ones are
-// kept, so that a text with few matches is searched once.
+// kept, so that a text with few matches is searched once; single elements are merely counted, which is faster
+// than finding them.
 class SurveyedMatches {
  public:
   SurveyedMatches(View needle, const VQChar* rest, uint64_t length) : search_{needle} {
+    if (needle.length == 1) {
+      areRemembered_ = false;
+      count_ = static_cast<uint64_t>(std::count(rest, rest + length, needle.text[0]));
+      return;
+    }
     for (int64_t found; length != 0 && (found = search_.next(rest, length)) >= 0; ++count_) {
       if (count_ < remembered) distances_[count_] = found;
       const uint64_t passed = static_cast<uint64_t>(found) + needle.length;
@@ -138,13 +158,14 @@ class SurveyedMatches {
   int64_t next(const VQChar* rest, uint64_t length) {
     const uint64_t index = taken_++;
     if (index >= count_) return -1;
-    return index < remembered ? distances_[index] : search_.next(rest, length);
+    return areRemembered_ && index < remembered ? distances_[index] : search_.next(rest, length);
   }
 
  private:
   static constexpr uint64_t remembered = 256;
 
   SearchedMatches search_;
+  bool areRemembered_ = true;
   uint64_t count_ = 0, taken_ = 0;
   int64_t distances_[remembered];
 };
@@ -279,14 +300,23 @@ VQStatus holdWide(VQString* string, VQInstance* replacement, Reference<VQString>
   return status;
 }
 
+VQStatus replace(VQString* string, View needle, View replacement, bool all, int64_t* offset) {
+  const StableView sought(string, needle), inserted(string, replacement);
+  if (sought.hasNoMemory() || inserted.hasNoMemory()) return VQSTATUS_NO_MEMORY;
+  int64_t at = !all && offset != nullptr ? *offset : 0;
+  const VQStatus status = all ? replaceAll(string, sought.view(), inserted.view(), &at)
+                              : replaceNext(string, sought.view(), inserted.view(), &at);
+  if (all && status != 0) return status;
+  if (offset != nullptr) *offset = at;
+  return status;
+}
+
 }  // namespace
 
 VQStatus replaceSubstring(VQString* string, const VQString* needle, const VQString* replacement,
                           int64_t* offset) {
-  const StableView sought(string, viewOf(needle));
-  const StableView inserted(string, replacement != nullptr ? viewOf(replacement) : View{nullptr, 0});
-  if (sought.hasNoMemory() || inserted.hasNoMemory()) return VQSTATUS_NO_MEMORY;
-  return replaceNext(string, sought.view(), inserted.view(), offset);
+  const View inserted = replacement != nullptr ? viewOf(replacement) : View{nullptr, 0};
+  return replace(string, viewOf(needle), inserted, false, offset);
 }
 
 VQStatus vqStringReplaceSubstring(VQString* string, const VQString* needle, VQInstance* replacement,
@@ -296,24 +326,16 @@ VQStatus vqStringReplaceSubstring(VQString* string, const VQString* needle, VQIn
   if (string->length == 0 || needle->length == 0) return 0;
   Reference<VQString> wide;
   if (const VQStatus status = holdWide(string, replacement, &wide); status != 0) return status;
-  const StableView sought(string, viewOf(needle)), inserted(string, viewOf(wide.get()));
-  if (sought.hasNoMemory() || inserted.hasNoMemory()) return VQSTATUS_NO_MEMORY;
-  int64_t at = all == 0 && offset != nullptr ? *offset : 0;
-  const VQStatus status = all != 0 ? replaceAll(string, sought.view(), inserted.view(), &at)
-                                   : replaceNext(string, sought.view(), inserted.view(), &at);
-  if (all != 0 && status != 0) return status;
-  if (offset != nullptr) *offset = at;
-  return status;
+  return replace(string, viewOf(needle), viewOf(wide.get()), all != 0, offset);
 }
 
 VQStatus vqStringReplaceSubstringVQText(VQString* string, const VQChar* needle, int64_t needleLength,
                                         const VQChar* replacement, int64_t replacementLength, uint8_t all,
                                         int64_t* offset) {
   if (string == nullptr) return VQSTATUS_BAD_ARGUMENT;
-  if (needle == nullptr || needleLength == 0) return 0;
-  VQString sought, inserted;
-  vqStringInitStatic(string->service, &sought, string->pool, needle, needleLength);
-  vqStringInitStatic(string->service, &inserted, string->pool, replacement,
-                     replacement != nullptr ? replacementLength : 0);
-  return vqStringReplaceSubstring(string, &sought, &inserted.header, all, offset);
+  const View sought = {needle, needle == nullptr ? 0 : resolvedLength<WideKind>(needle, needleLength)};
+  if (string->length == 0 || sought.length == 0) return 0;
+  const View inserted = {
+      replacement, replacement == nullptr ? 0 : resolvedLength<WideKind>(replacement, replacementLength)};
+  return replace(string, sought, inserted, all != 0, offset);
 }

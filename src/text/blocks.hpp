@@ -12,6 +12,14 @@
 
 #define VQ_INLINE_AVX2 VQ_TARGET_AVX2 __attribute__((always_inline)) inline
 
+// A plain loop that must stay one: compilers would make it a call into libc, whose forms fall at some
+// distances between two buffers.
+#ifdef __clang__
+#define VQ_PLAIN_LOOP __attribute__((no_builtin("memset", "memcpy", "memmove", "strlen", "wcslen")))
+#else
+#define VQ_PLAIN_LOOP __attribute__((optimize("no-tree-loop-distribute-patterns")))
+#endif
+
 namespace vq::text {
 
 inline constexpr uint64_t blockBytes = 32;

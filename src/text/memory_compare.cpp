@@ -36,7 +36,7 @@ VQ_INLINE_AVX2 uint64_t differenceInStep(const uint8_t* first, const uint8_t* se
   return static_cast<uint64_t>(low != 0 ? std::countr_zero(low) : 64 + std::countr_zero(high));
 }
 
-// The place in bytes, or `byteCount`, which is more than a block. Bytes serve for wide elements as well: an
+// The place in bytes, or `byteCount`, which is at least a block. Bytes serve for wide elements as well: an
 // element differs where its first differing byte lies.
 VQ_INLINE_AVX2 uint64_t differenceLong(const uint8_t* first, const uint8_t* second, uint64_t byteCount) {
   if (byteCount <= pairBytes) {
@@ -46,23 +46,26 @@ VQ_INLINE_AVX2 uint64_t differenceLong(const uint8_t* first, const uint8_t* seco
     const uint64_t found = head | uint64_t{tail} << last;
     return found == 0 ? byteCount : static_cast<uint64_t>(std::countr_zero(found));
   }
-  if (const uint64_t found = differencesInPair(first, second)) {
-    return static_cast<uint64_t>(std::countr_zero(found));
-  }
   if (byteCount <= stepBytes) {
+    if (const uint64_t found = differencesInPair(first, second)) {
+      return static_cast<uint64_t>(std::countr_zero(found));
+    }
     const uint64_t last = byteCount - pairBytes;
     const uint64_t found = differencesInPair(first + last, second + last);
     return found == 0 ? byteCount : last + static_cast<uint64_t>(std::countr_zero(found));
   }
-  // One of the two on a boundary: every second load of the other crosses a line of the cache all the same.
-  uint64_t i = blockBytes + bytesToBoundary(first);
-  for (; i + stepBytes < byteCount; i += stepBytes) {
-    const uint64_t place = differenceInStep(first + i, second + i);
+  uint64_t i = differenceInStep(first, second);
+  if (i != stepBytes) return i;
+  // On from a boundary of one of the two, up to a last step that ends with the runs.
+  i = stepBytes - blockBytes + bytesToBoundary(first);
+  const uint8_t* const end = first + byteCount - stepBytes;
+  const uint8_t* b = second + i;
+  for (const uint8_t* a = first + i; a < end; a += stepBytes, b += stepBytes) {
+    const uint64_t place = differenceInStep(a, b);
     if (place != stepBytes) [[unlikely]]
-      return i + place;
+      return static_cast<uint64_t>(a - first) + place;
   }
-  i = byteCount - stepBytes;
-  return i + differenceInStep(first + i, second + i);
+  return byteCount - stepBytes + differenceInStep(end, second + byteCount - stepBytes);
 }
 
 template <class Element>
@@ -70,7 +73,7 @@ VQ_INLINE_AVX2 uint64_t differenceByBlocks(const Element* first, const Element* 
   const auto* const a = reinterpret_cast<const uint8_t*>(first);
   const auto* const b = reinterpret_cast<const uint8_t*>(second);
   const uint64_t byteCount = count * sizeof(Element);
-  if (byteCount > blockBytes) return differenceLong(a, b, byteCount) / sizeof(Element);
+  if (byteCount >= blockBytes) return differenceLong(a, b, byteCount) / sizeof(Element);
   if (byteCount < 4) return differencePlain(first, second, count);
   const uint32_t differs = coverShort(byteCount, [&](uint64_t offset, auto width) {
     return ~equalMask<uint8_t>(loadPiece(a + offset, width), loadPiece(b + offset, width));

@@ -13,13 +13,18 @@ namespace vq::text {
 
 namespace {
 
-void copyUpPlain(const uint8_t* source, uint8_t* target, uint64_t count) {
+VQ_PLAIN_LOOP void copyUpPlain(const uint8_t* source, uint8_t* target, uint64_t count) {
   for (uint64_t i = 0; i < count; ++i) target[i] = source[i];
 }
 
-void copyDownPlain(const uint8_t* source, uint8_t* target, uint64_t count) {
+VQ_PLAIN_LOOP void copyDownPlain(const uint8_t* source, uint8_t* target, uint64_t count) {
   for (uint64_t i = count; i != 0; --i) target[i - 1] = source[i - 1];
 }
+
+// Half of a block and its other half.
+struct Half {
+  __m128i low, high;
+};
 
 template <class Word>
 __attribute__((always_inline)) inline void copyEnds(const uint8_t* source, uint8_t* target, uint64_t count) {
@@ -30,8 +35,9 @@ __attribute__((always_inline)) inline void copyEnds(const uint8_t* source, uint8
   __builtin_memcpy(target + count - sizeof(Word), &last, sizeof(Word));
 }
 
-// Up to a block, faithfully.
+// Up to two blocks, faithfully, with what every x86-64 has.
 __attribute__((always_inline)) inline void copyShort(const uint8_t* source, uint8_t* target, uint64_t count) {
+  if (count > blockBytes) return copyEnds<Half>(source, target, count);
   if (count >= 16) return copyEnds<__m128i>(source, target, count);
   if (count >= 8) return copyEnds<uint64_t>(source, target, count);
   if (count >= 4) return copyEnds<uint32_t>(source, target, count);
@@ -48,9 +54,8 @@ VQ_INLINE_AVX2 void copyStep(const uint8_t* source, uint8_t* target) {
   storeBlock(target + 3 * blockBytes, d);
 }
 
-// A block to four of them.
+// Two blocks to four of them.
 VQ_INLINE_AVX2 void copyMedium(const uint8_t* source, uint8_t* target, uint64_t count) {
-  if (count <= 2 * blockBytes) return copyEnds<__m256i>(source, target, count);
   const __m256i a = loadBlock(source), b = loadBlock(source + blockBytes);
   const __m256i c = loadBlock(source + count - 2 * blockBytes), d = loadBlock(source + count - blockBytes);
   storeBlock(target, a);
@@ -73,7 +78,7 @@ VQ_INLINE_AVX2 void copyUp(const uint8_t* source, uint8_t* target, uint64_t coun
   storeBlock(target, head);
 }
 
-// More than a step, where the target begins inside the source above its start, or nowhere near it.
+// More than a step, where the source does not begin inside the target above its start.
 VQ_INLINE_AVX2 void copyDown(const uint8_t* source, uint8_t* target, uint64_t count) {
   const __m256i tail = loadBlock(source + count - blockBytes);
   const __m256i a = loadBlock(source), b = loadBlock(source + blockBytes);
@@ -91,7 +96,8 @@ VQ_INLINE_AVX2 void copyDown(const uint8_t* source, uint8_t* target, uint64_t co
 
 // The forward copy whose target begins `distance` bytes above the source and inside it: the first `distance`
 // bytes repeat.
-VQ_TARGET_AVX2 void smearByBlocks(const uint8_t* source, uint8_t* target, uint64_t count) {
+VQ_TARGET_AVX2 __attribute__((noinline)) void* smearByBlocks(const uint8_t* source, uint8_t* target,
+                                                             uint64_t count) {
   const auto distance = static_cast<uint64_t>(target - source);
   uint64_t i = 0;
   if (distance >= blockBytes) {
@@ -106,36 +112,32 @@ VQ_TARGET_AVX2 void smearByBlocks(const uint8_t* source, uint8_t* target, uint64
     for (; i + blockBytes <= count; i += period) storeBlock(target + i, block);
   }
   copyUpPlain(source + i, target + i, count - i);
+  return target;
 }
 
-// Whether a forward copy would read what it has written, or nothing moves at all.
+// Whether an upward copy would read what it has written, or nothing moves at all.
 inline bool beginsInside(const uint8_t* source, const uint8_t* target, uint64_t count) {
   return reinterpret_cast<uintptr_t>(target) - reinterpret_cast<uintptr_t>(source) < count;
 }
 
-VQ_TARGET_AVX2 void* copyByBlocks(const uint8_t* source, uint8_t* target, uint64_t count) {
-  if (beginsInside(source, target, count)) [[unlikely]] {
-    if (source != target) smearByBlocks(source, target, count);
-  } else if (count <= blockBytes) {
-    copyShort(source, target, count);
-  } else if (count <= stepBytes) {
-    copyMedium(source, target, count);
-  } else {
-    copyUp(source, target, count);
-  }
-  return target;
+// Whether two places that do not overlap make an upward copy stumble: a store just ahead of the next loads,
+// but for whole pages, makes them wait for it.
+inline bool isBetterDown(const uint8_t* source, const uint8_t* target, uint64_t count) {
+  constexpr uintptr_t pageBytes = 4096;
+  const uintptr_t above = reinterpret_cast<uintptr_t>(target) - reinterpret_cast<uintptr_t>(source);
+  return above % pageBytes < 2 * stepBytes && -above >= count;
 }
 
-VQ_TARGET_AVX2 void copySafelyByBlocks(const uint8_t* source, uint8_t* target, uint64_t count) {
-  if (count <= blockBytes) {
-    copyShort(source, target, count);
-  } else if (count <= stepBytes) {
+// For more than two blocks.
+VQ_TARGET_AVX2 void* copyByBlocks(const uint8_t* source, uint8_t* target, uint64_t count, bool isDown) {
+  if (count <= stepBytes) {
     copyMedium(source, target, count);
-  } else if (beginsInside(source, target, count)) {
+  } else if (isDown || isBetterDown(source, target, count)) {
     copyDown(source, target, count);
   } else {
     copyUp(source, target, count);
   }
+  return target;
 }
 
 }  // namespace
@@ -147,16 +149,28 @@ using namespace vq::text;
 void* mhMemCpy(const void* source, void* target, uint64_t count) {
   const auto* const from = static_cast<const uint8_t*>(source);
   auto* const to = static_cast<uint8_t*>(target);
-  if (vq::cpu::hasAvx2()) return copyByBlocks(from, to, count);
-  copyUpPlain(from, to, count);
+  if (beginsInside(from, to, count)) [[unlikely]] {
+    if (vq::cpu::hasAvx2() && from != to) return smearByBlocks(from, to, count);
+    copyUpPlain(from, to, count);
+  } else if (count <= pairBytes) {
+    copyShort(from, to, count);
+  } else {
+    if (vq::cpu::hasAvx2()) return copyByBlocks(from, to, count, false);
+    copyUpPlain(from, to, count);
+  }
   return target;
 }
 
 void mhMemSCpy(const void* source, void* target, uint64_t count) {
   const auto* const from = static_cast<const uint8_t*>(source);
   auto* const to = static_cast<uint8_t*>(target);
-  if (vq::cpu::hasAvx2()) return copySafelyByBlocks(from, to, count);
-  (beginsInside(from, to, count) ? copyDownPlain : copyUpPlain)(from, to, count);
+  if (count <= pairBytes) return copyShort(from, to, count);
+  const bool isDown = beginsInside(from, to, count);
+  if (vq::cpu::hasAvx2()) {
+    copyByBlocks(from, to, count, isDown);
+  } else {
+    (isDown ? copyDownPlain : copyUpPlain)(from, to, count);
+  }
 }
 
 void* mhMemDup(const void* source, uint64_t count, VQPool* pool) {

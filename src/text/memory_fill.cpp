@@ -7,27 +7,35 @@ namespace vq::text {
 namespace {
 
 template <class Element>
-void fillPlain(Element* target, Element value, uint64_t count) {
+VQ_PLAIN_LOOP void fillPlain(Element* target, Element value, uint64_t count) {
   for (uint64_t i = 0; i < count; ++i) target[i] = value;
 }
 
-// Fills more than a block with a pattern that repeats by elements. Stores that overlap at both ends must keep
-// its phase: wide elements lie on whole elements from the start, so distances are rounded to them.
+VQ_INLINE_AVX2 void storeStep(uint8_t* at, __m256i values) {
+  storeBlock(at, values);
+  storeBlock(at + blockBytes, values);
+  storeBlock(at + 2 * blockBytes, values);
+  storeBlock(at + 3 * blockBytes, values);
+}
+
+// Fills more than a block with a pattern that repeats by elements. Stores that overlap keep its phase: wide
+// elements lie on whole elements from the start, so distances are rounded to them.
 template <class Element>
 VQ_INLINE_AVX2 void fillLong(uint8_t* target, Element value, uint64_t byteCount) {
   const __m256i values = splat(value);
-  storeBlock(target, values);
-  uint8_t* const last = target + byteCount - blockBytes;
-  if (byteCount <= pairBytes) return storeBlock(last, values);
-  uint8_t* at = target + bytesToBoundary(target) / sizeof(Element) * sizeof(Element);
-  for (; at + 4 * blockBytes <= last; at += 4 * blockBytes) {
-    storeBlock(at, values);
-    storeBlock(at + blockBytes, values);
-    storeBlock(at + 2 * blockBytes, values);
-    storeBlock(at + 3 * blockBytes, values);
+  uint8_t* const end = target + byteCount;
+  if (byteCount <= stepBytes) {
+    storeBlock(target, values);
+    storeBlock(end - blockBytes, values);
+    if (byteCount <= pairBytes) return;
+    storeBlock(target + blockBytes, values);
+    storeBlock(end - pairBytes, values);
+    return;
   }
-  for (; at < last; at += blockBytes) storeBlock(at, values);
-  storeBlock(last, values);
+  storeStep(target, values);
+  uint8_t* at = target + stepBytes - blockBytes + bytesToBoundary(target) / sizeof(Element) * sizeof(Element);
+  for (; at < end - stepBytes; at += stepBytes) storeStep(at, values);
+  storeStep(end - stepBytes, values);
 }
 
 template <class Word>

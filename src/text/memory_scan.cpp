@@ -50,7 +50,7 @@ inline int64_t indexOrNone(uint64_t place, uint64_t count) {
   return place == count ? -1 : static_cast<int64_t>(place);
 }
 
-// The place in bytes, or `byteCount`, which is more than a block.
+// The place in bytes, or `byteCount`, which is at least a block.
 template <Wanted wanted, class Element>
 VQ_INLINE_AVX2 uint64_t scanLong(const uint8_t* bytes, uint64_t byteCount, Element value) {
   const __m256i values = splat(value);
@@ -61,30 +61,33 @@ VQ_INLINE_AVX2 uint64_t scanLong(const uint8_t* bytes, uint64_t byteCount, Eleme
     const uint64_t found = head | uint64_t{tail} << last;
     return found == 0 ? byteCount : static_cast<uint64_t>(std::countr_zero(found));
   }
-  if (const uint64_t found = hitsInPair<wanted, Element>(bytes, bytes + blockBytes, values)) {
-    return static_cast<uint64_t>(std::countr_zero(found));
-  }
   if (byteCount <= stepBytes) {
+    if (const uint64_t found = hitsInPair<wanted, Element>(bytes, bytes + blockBytes, values)) {
+      return static_cast<uint64_t>(std::countr_zero(found));
+    }
     const uint8_t* const last = bytes + byteCount - blockBytes;
     const uint64_t found = hitsInPair<wanted, Element>(last - blockBytes, last, values);
     return found == 0 ? byteCount : byteCount - pairBytes + static_cast<uint64_t>(std::countr_zero(found));
   }
-  // To a boundary; a buffer off its natural alignment keeps to whole elements.
-  uint64_t i = blockBytes + bytesToBoundary(bytes) / sizeof(Element) * sizeof(Element);
-  for (; i + stepBytes < byteCount; i += stepBytes) {
-    const uint64_t place = placeInStep<wanted, Element>(bytes + i, values);
+  uint64_t i = placeInStep<wanted, Element>(bytes, values);
+  if (i != stepBytes) return i;
+  // On from a boundary, up to a last step that ends with the run; a buffer off its natural alignment keeps to
+  // whole elements.
+  i = stepBytes - blockBytes + bytesToBoundary(bytes) / sizeof(Element) * sizeof(Element);
+  const uint8_t* const end = bytes + byteCount - stepBytes;
+  for (const uint8_t* at = bytes + i; at < end; at += stepBytes) {
+    const uint64_t place = placeInStep<wanted, Element>(at, values);
     if (place != stepBytes) [[unlikely]]
-      return i + place;
+      return static_cast<uint64_t>(at - bytes) + place;
   }
-  i = byteCount - stepBytes;
-  return i + placeInStep<wanted, Element>(bytes + i, values);
+  return byteCount - stepBytes + placeInStep<wanted, Element>(end, values);
 }
 
 template <Wanted wanted, class Element>
 VQ_INLINE_AVX2 uint64_t scanByBlocks(const Element* buffer, uint64_t count, Element value) {
   const auto* const bytes = reinterpret_cast<const uint8_t*>(buffer);
   const uint64_t byteCount = count * sizeof(Element);
-  if (byteCount > blockBytes) return scanLong<wanted>(bytes, byteCount, value) / sizeof(Element);
+  if (byteCount >= blockBytes) return scanLong<wanted>(bytes, byteCount, value) / sizeof(Element);
   if (byteCount < 4) return scanPlain<wanted>(buffer, count, value);
   const __m128i values = _mm256_castsi256_si128(splat(value));
   const uint32_t found = coverShort(byteCount, [&](uint64_t offset, auto width) {

@@ -47,11 +47,20 @@ class Search {
   static constexpr uint64_t missesAtStart = 4;
   static constexpr uint64_t elementsPerMiss = 8 * step;
 
-  // Compares in full at a place where both ends match.
-  bool matches(uint64_t at) {
-    const uint64_t same = firstDifference(text_ + at + 1, needle_ + 1, last_);
+  // Compares what lies between the ends, at a place where both match. Short needles are not worth a call.
+  __attribute__((always_inline)) bool matches(uint64_t at) {
+    constexpr uint64_t fewElements = 8;
+    const Element* const text = text_ + at + 1;
+    const Element* const needle = needle_ + 1;
+    const uint64_t between = last_ - 1;
+    uint64_t same = 0;
+    if (between <= fewElements) {
+      while (same < between && text[same] == needle[same]) ++same;
+    } else {
+      same = firstDifference(text, needle, between);
+    }
+    if (same == between) return true;
     spent_ += same;
-    if (same == last_) return true;
     if (spent_ > allowance + spendingRate * at) {
       isSpent_ = true;
       spentAt_ = at + 1;
@@ -69,7 +78,7 @@ class Search {
   }
 
   // Tries the candidates of a mask, whose bits stand for bytes.
-  uint64_t tryAll(uint64_t mask, uint64_t at) {
+  __attribute__((always_inline)) uint64_t tryAll(uint64_t mask, uint64_t at) {
     constexpr uint64_t element = sizeof(Element) == 1 ? 1 : 0xf;
     while (mask != 0) {
       const auto bit = static_cast<uint64_t>(std::countr_zero(mask));

@@ -13,7 +13,7 @@ namespace {
 constexpr uintptr_t pageBytes = 4096;
 
 template <class Element>
-int64_t lengthPlain(const Element* text) {
+VQ_PLAIN_LOOP int64_t lengthPlain(const Element* text) {
   int64_t length = 0;
   while (text[length] != 0) ++length;
   return length;
@@ -29,42 +29,68 @@ VQ_INLINE_AVX2 __m256i leastElements(__m256i a, __m256i b, __m256i c, __m256i d)
   }
 }
 
-// The aligned loop behind the first block; `at` stands on a block's boundary.
 template <class Element>
-__attribute__((no_sanitize("address"))) VQ_TARGET_AVX2 const uint8_t* findZero(const uint8_t* at) {
+VQ_INLINE_AVX2 uint32_t zerosInBlock(const uint8_t* at) {
+  return maskOf(equalElements<Element>(loadBlock(at), _mm256_setzero_si256()));
+}
+
+// The place of the first zero in four blocks, or the size of the four.
+template <class Element>
+VQ_INLINE_AVX2 uint64_t zeroInStep(const uint8_t* at) {
   const __m256i zero = _mm256_setzero_si256();
-  // Up to the boundary of four blocks, so that a step of four stays in its page.
-  for (; reinterpret_cast<uintptr_t>(at) % (4 * blockBytes) != 0; at += blockBytes) {
-    const uint32_t found =
-        maskOf(equalElements<Element>(_mm256_load_si256(reinterpret_cast<const __m256i*>(at)), zero));
-    if (found != 0) return at + std::countr_zero(found);
+  const __m256i a = loadBlock(at), b = loadBlock(at + blockBytes);
+  const __m256i c = loadBlock(at + 2 * blockBytes), d = loadBlock(at + 3 * blockBytes);
+  if (maskOf(equalElements<Element>(leastElements<Element>(a, b, c, d), zero)) == 0) [[likely]] {
+    return stepBytes;
   }
-  for (;; at += 4 * blockBytes) {
-    const auto* const blocks = reinterpret_cast<const __m256i*>(at);
-    const __m256i a = _mm256_load_si256(blocks), b = _mm256_load_si256(blocks + 1);
-    const __m256i c = _mm256_load_si256(blocks + 2), d = _mm256_load_si256(blocks + 3);
-    if (maskOf(equalElements<Element>(leastElements<Element>(a, b, c, d), zero)) == 0) continue;
-    const uint64_t low =
-        maskOf(equalElements<Element>(a, zero)) | uint64_t{maskOf(equalElements<Element>(b, zero))} << 32;
-    const uint64_t high =
-        maskOf(equalElements<Element>(c, zero)) | uint64_t{maskOf(equalElements<Element>(d, zero))} << 32;
-    return at + (low != 0 ? std::countr_zero(low) : 64 + std::countr_zero(high));
+  const uint64_t low =
+      maskOf(equalElements<Element>(a, zero)) | uint64_t{maskOf(equalElements<Element>(b, zero))} << 32;
+  const uint64_t high =
+      maskOf(equalElements<Element>(c, zero)) | uint64_t{maskOf(equalElements<Element>(d, zero))} << 32;
+  return static_cast<uint64_t>(low != 0 ? std::countr_zero(low) : 64 + std::countr_zero(high));
+}
+
+inline bool isWithinPage(const uint8_t* at, uint64_t byteCount) {
+  return reinterpret_cast<uintptr_t>(at) % pageBytes <= pageBytes - byteCount;
+}
+
+// The place of the first zero in bytes.
+template <class Element>
+__attribute__((no_sanitize("address"))) VQ_INLINE_AVX2 uint64_t findZero(const uint8_t* bytes) {
+  const uint64_t lead = reinterpret_cast<uintptr_t>(bytes) % blockBytes;
+  const bool isPlain = isWithinPage(bytes, blockBytes);
+  const uint32_t found = zerosInBlock<Element>(isPlain ? bytes : bytes - lead) >> (isPlain ? 0 : lead);
+  if (found != 0) return static_cast<uint64_t>(std::countr_zero(found));
+  // Most texts end soon: two blocks one by one, and a step from there if it stays in its page; what of that
+  // step lies in front of a boundary need not be seen again. At the end of a page all goes block by block.
+  const uint8_t* at = bytes + blockBytes - lead;
+  for (const uint8_t* const soon = at + pairBytes; at < soon; at += blockBytes) {
+    if (const uint32_t zeros = zerosInBlock<Element>(at)) {
+      return static_cast<uint64_t>(at - bytes + std::countr_zero(zeros));
+    }
+  }
+  if (isWithinPage(at, stepBytes)) {
+    const uint64_t place = zeroInStep<Element>(at);
+    if (place != stepBytes) return static_cast<uint64_t>(at - bytes) + place;
+    at += stepBytes - reinterpret_cast<uintptr_t>(at) % stepBytes;
+  }
+  for (; reinterpret_cast<uintptr_t>(at) % stepBytes != 0; at += blockBytes) {
+    if (const uint32_t zeros = zerosInBlock<Element>(at)) {
+      return static_cast<uint64_t>(at - bytes + std::countr_zero(zeros));
+    }
+  }
+  for (;; at += stepBytes) {
+    const uint64_t place = zeroInStep<Element>(at);
+    if (place != stepBytes) [[unlikely]]
+      return static_cast<uint64_t>(at - bytes) + place;
   }
 }
 
 template <class Element>
 __attribute__((no_sanitize("address"))) VQ_TARGET_AVX2 int64_t lengthByBlocks(const Element* text) {
-  const auto* const bytes = reinterpret_cast<const uint8_t*>(text);
-  const auto address = reinterpret_cast<uintptr_t>(bytes);
   // Elements off their natural alignment could lie across blocks.
-  if (address % sizeof(Element) != 0) return lengthPlain(text);
-  const __m256i zero = _mm256_setzero_si256();
-  const uint64_t lead = address % blockBytes;
-  const bool isWithinPage = address % pageBytes <= pageBytes - blockBytes;
-  const __m256i block = loadBlock(isWithinPage ? bytes : bytes - lead);
-  const uint32_t found = maskOf(equalElements<Element>(block, zero)) >> (isWithinPage ? 0 : lead);
-  if (found != 0) return static_cast<int64_t>(std::countr_zero(found)) / int64_t{sizeof(Element)};
-  return (findZero<Element>(bytes + blockBytes - lead) - bytes) / static_cast<int64_t>(sizeof(Element));
+  if (reinterpret_cast<uintptr_t>(text) % sizeof(Element) != 0) return lengthPlain(text);
+  return static_cast<int64_t>(findZero<Element>(reinterpret_cast<const uint8_t*>(text)) / sizeof(Element));
 }
 
 }  // namespace

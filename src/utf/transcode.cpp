@@ -16,18 +16,18 @@ bool useAvx2(size_t length, size_t shortest) {
 }  // namespace
 
 Result utf8ToWide(const uint8_t* source, size_t byteCount, VQChar* target, size_t capacity) {
-  return useAvx2(byteCount, 24) ? avx2::utf8ToWide(source, byteCount, target, capacity)
+  return useAvx2(byteCount, 64) ? avx2::utf8ToWide(source, byteCount, target, capacity)
                                 : portable::utf8ToWide(source, byteCount, target, capacity);
 }
 
 Result utf8ToUtf16(const uint8_t* source, size_t byteCount, char16_t* target, size_t capacity) {
-  return useAvx2(byteCount, 24) ? avx2::utf8ToUtf16(source, byteCount, target, capacity)
+  return useAvx2(byteCount, 64) ? avx2::utf8ToUtf16(source, byteCount, target, capacity)
                                 : portable::utf8ToUtf16(source, byteCount, target, capacity);
 }
 
 Result wideToUtf8(const VQChar* source, size_t elementCount, uint8_t* target, size_t capacity) {
-  return useAvx2(elementCount, 8) ? avx2::wideToUtf8(source, elementCount, target, capacity)
-                                  : portable::wideToUtf8(source, elementCount, target, capacity);
+  return useAvx2(elementCount, 16) ? avx2::wideToUtf8(source, elementCount, target, capacity)
+                                   : portable::wideToUtf8(source, elementCount, target, capacity);
 }
 
 Result wideToUtf16(const VQChar* source, size_t elementCount, char16_t* target, size_t capacity) {

@@ -7,7 +7,6 @@
 // Runs of three and of four bytes only, as in Chinese or in emoji, have shorter ways.
 #include <array>
 #include <bit>
-#include <cstring>
 
 #include "utf/transcode_avx2.hpp"
 #include "utf/transcode_portable.hpp"
@@ -21,7 +20,7 @@ using utf8::loadBytes;
 
 constexpr size_t blockBytes = 64;
 // A block stores whole vectors: up to eight elements behind its last character.
-constexpr size_t blockRoom = blockBytes + 8;
+constexpr size_t spareRoom = 8;
 // The faults of a block show in the three bytes before it as well.
 constexpr size_t lookBack = 3;
 
@@ -78,10 +77,10 @@ VQ_TARGET_AVX2 inline BlockShape shapeOf(const uint8_t* source) {
   const __m256i low = loadBytes(source);
   const __m256i high = loadBytes(source + 32);
   // As signed numbers the continuation bytes are the ones below 0xC0.
-  const __m256i firstOfTwo = _mm256_set1_epi8(static_cast<char>(0xC0));
+  const __m256i firstOfTwo = splat8<0xC0>();
   const uint64_t continuations =
       bitsOf(_mm256_cmpgt_epi8(firstOfTwo, low), _mm256_cmpgt_epi8(firstOfTwo, high));
-  const __m256i firstOfFour = _mm256_set1_epi8(static_cast<char>(0xF0));
+  const __m256i firstOfFour = splat8<0xF0>();
   const uint64_t fourStarts = bitsOf(_mm256_cmpeq_epi8(_mm256_max_epu8(low, firstOfFour), low),
                                      _mm256_cmpeq_epi8(_mm256_max_epu8(high, firstOfFour), high));
   size_t byteCount = blockBytes;
@@ -109,16 +108,14 @@ VQ_TARGET_AVX2 inline EndValues valuesAtEnds(const uint8_t* source) {
   const __m256i before = loadBytes(source - 1);
   const __m256i twoBefore = loadBytes(source - 2);
   const __m256i isContinuing = _mm256_cmpgt_epi8(_mm256_setzero_si256(), here);
-  const __m256i isThird =
-      _mm256_and_si256(isContinuing, _mm256_cmpgt_epi8(_mm256_set1_epi8(static_cast<char>(0xC0)), before));
+  const __m256i isThird = _mm256_and_si256(isContinuing, _mm256_cmpgt_epi8(splat8<0xC0>(), before));
   // ASCII keeps its seven bits, a continuation byte its six.
-  const __m256i bits0 =
-      _mm256_min_epu8(here, _mm256_xor_si256(here, _mm256_set1_epi8(static_cast<char>(0x80))));
-  const __m256i bits6 = _mm256_and_si256(_mm256_and_si256(before, _mm256_set1_epi8(0x3F)), isContinuing);
+  const __m256i bits0 = _mm256_min_epu8(here, _mm256_xor_si256(here, splat8<0x80>()));
+  const __m256i bits6 = _mm256_and_si256(_mm256_and_si256(before, splat8<0x3F>()), isContinuing);
   // Four bits, put where they stand in the upper byte of the lane.
-  const __m256i bits12 = _mm256_and_si256(
-      _mm256_and_si256(_mm256_slli_epi16(twoBefore, 4), _mm256_set1_epi8(static_cast<char>(0xF0))), isThird);
-  const __m256i weights = _mm256_set1_epi16(64 << 8 | 1);
+  const __m256i bits12 =
+      _mm256_and_si256(_mm256_and_si256(_mm256_slli_epi16(twoBefore, 4), splat8<0xF0>()), isThird);
+  const __m256i weights = splat16<64 << 8 | 1>();
   const __m256i zero = _mm256_setzero_si256();
   return {_mm256_or_si256(_mm256_maddubs_epi16(_mm256_unpacklo_epi8(bits0, bits6), weights),
                           _mm256_unpacklo_epi8(zero, bits12)),
@@ -147,17 +144,15 @@ VQ_TARGET_AVX2 inline Element* convertHalf(const uint8_t* source, uint32_t ends,
 VQ_TARGET_AVX2 inline __m256i joinThrees(__m256i bytes) {
   const __m128i order = _mm_setr_epi8(2, 1, 0, -1, 5, 4, 3, -1, 8, 7, 6, -1, 11, 10, 9, -1);
   const __m256i ordered = _mm256_shuffle_epi8(bytes, _mm256_broadcastsi128_si256(order));
-  const __m256i bits = _mm256_and_si256(ordered, _mm256_set1_epi32(0x000F3F3F));
-  return _mm256_madd_epi16(_mm256_maddubs_epi16(bits, _mm256_set1_epi32(0x00014001)),
-                           _mm256_set1_epi32(0x10000001));
+  const __m256i bits = _mm256_and_si256(ordered, splat32<0x000F3F3F>());
+  return _mm256_madd_epi16(_mm256_maddubs_epi16(bits, splat32<0x00014001>()), splat32<0x10000001>());
 }
 
 VQ_TARGET_AVX2 inline __m256i joinFours(__m256i bytes) {
   const __m128i order = _mm_setr_epi8(3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12);
   const __m256i ordered = _mm256_shuffle_epi8(bytes, _mm256_broadcastsi128_si256(order));
-  const __m256i bits = _mm256_and_si256(ordered, _mm256_set1_epi32(0x073F3F3F));
-  return _mm256_madd_epi16(_mm256_maddubs_epi16(bits, _mm256_set1_epi32(0x40014001)),
-                           _mm256_set1_epi32(0x10000001));
+  const __m256i bits = _mm256_and_si256(ordered, splat32<0x073F3F3F>());
+  return _mm256_madd_epi16(_mm256_maddubs_epi16(bits, splat32<0x40014001>()), splat32<0x10000001>());
 }
 
 VQ_TARGET_AVX2 inline __m256i loadHalves(const uint8_t* low, const uint8_t* high) {
@@ -175,31 +170,31 @@ VQ_TARGET_AVX2 inline void storeWide(__m256i values, char16_t* target) {
                    _mm256_castsi256_si128(_mm256_permute4x64_epi64(packed, 0b1000)));
 }
 
-// What a block came to. A block with a fault comes to nothing.
+// What a block came to: nothing where it has a fault, or no room.
 struct BlockResult {
   size_t consumed;
   size_t written;
 };
 
-// Reads source[-3] to source[63], writes up to `blockRoom` elements.
+// Reads source[-3] to source[63].
 template <class Element>
-VQ_TARGET_AVX2 inline BlockResult convertBlock(const uint8_t* source, Element* target) {
+VQ_TARGET_AVX2 inline BlockResult convertBlock(const uint8_t* source, Element* target, size_t room) {
   const __m256i faults = _mm256_or_si256(utf8::findFaults(source), utf8::findFaults(source + 32));
   if (!_mm256_testz_si256(faults, faults)) return {0, 0};
   const BlockShape shape = shapeOf(source);
+  const auto characters = static_cast<size_t>(std::popcount(shape.ends));
+  if (room < characters + spareRoom) return {0, 0};
   if (shape.fourStarts != 0) {
+    Result result;
     if constexpr (sizeof(Element) == 4) {
       if (shape.ends == 0x8888888888888888) {
         storeWide(joinFours(loadBytes(source)), target);
         storeWide(joinFours(loadBytes(source + 32)), target + 8);
         return {64, 16};
       }
-    }
-    Result result;
-    if constexpr (sizeof(Element) == 4) {
-      result = portable::utf8ToWide(source, shape.byteCount, target, blockRoom);
+      result = portable::utf8ToWide(source, shape.byteCount, target, room);
     } else {
-      result = portable::utf8ToUtf16(source, shape.byteCount, target, blockRoom);
+      result = portable::utf8ToUtf16(source, shape.byteCount, target, room);
     }
     return {result.consumed, result.written};
   }
@@ -210,60 +205,34 @@ VQ_TARGET_AVX2 inline BlockResult convertBlock(const uint8_t* source, Element* t
     return {60, 20};
   }
   Element* end = convertHalf(source, static_cast<uint32_t>(shape.ends), target);
-  end = convertHalf(source + 32, static_cast<uint32_t>(shape.ends >> 32), end);
-  return {shape.byteCount, static_cast<size_t>(end - target)};
+  convertHalf(source + 32, static_cast<uint32_t>(shape.ends >> 32), end);
+  return {shape.byteCount, characters};
 }
 
 VQ_TARGET_AVX2 inline bool isAscii(const uint8_t* source) {
   return _mm256_movemask_epi8(_mm256_or_si256(loadBytes(source), loadBytes(source + 32))) == 0;
 }
 
-// The end of the text, or of the room: the block is made beside the buffers, as if zero bytes followed the
-// text, and copied when all of it has room. A sequence that the end cuts off shows as a fault.
-template <class Element>
-VQ_TARGET_AVX2 inline BlockResult convertAside(const uint8_t* source, size_t byteCount, Element* target,
-                                               size_t room) {
-  uint8_t bytes[lookBack + blockBytes] = {};
-  Element elements[blockRoom];
-  const size_t taken = byteCount < blockBytes ? byteCount : blockBytes;
-  std::memcpy(bytes, source - lookBack, lookBack + taken);
-  BlockResult made = convertBlock(bytes + lookBack, elements);
-  if (made.consumed > taken) {
-    made.written -= made.consumed - taken;
-    made.consumed = taken;
-  }
-  if (made.written > room) return {0, 0};
-  std::memcpy(target, elements, made.written * sizeof(Element));
-  return made;
-}
-
-// How little is left to the portable form: less than this is not worth a block.
-constexpr size_t shortText = 16;
-
 template <class Element, Result portableForm(const uint8_t*, size_t, Element*, size_t)>
 VQ_TARGET_AVX2 inline Result fromUtf8(const uint8_t* source, size_t byteCount, Element* target,
                                       size_t capacity) {
   size_t at = 0;
   size_t written = 0;
-  if (byteCount > shortText && (byteCount < blockBytes || !isAscii(source))) {
+  if (byteCount >= blockBytes && !isAscii(source)) {
     // A block needs bytes in front of it to look back at; what a cut leaves of these is at least as many.
     const Result opening = portableForm(source, 2 * lookBack, target, capacity);
     at = opening.consumed;
     written = opening.written;
   }
-  while (byteCount - at > shortText) {
-    const size_t left = byteCount - at;
-    const size_t room = capacity - written;
-    if (left >= blockBytes && room >= blockBytes && isAscii(source + at)) {
+  while (byteCount - at >= blockBytes) {
+    if (capacity - written >= blockBytes && isAscii(source + at)) {
       widenAscii(source + at, target + written);
       at += blockBytes;
       written += blockBytes;
       continue;
     }
     if (at < lookBack) break;
-    const BlockResult made = left >= blockBytes && room >= blockRoom
-                                 ? convertBlock(source + at, target + written)
-                                 : convertAside(source + at, left, target + written, room);
+    const BlockResult made = convertBlock(source + at, target + written, capacity - written);
     if (made.consumed == 0) break;
     at += made.consumed;
     written += made.written;

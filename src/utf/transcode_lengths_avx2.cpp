@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "text/cpu.hpp"
+#include "utf/splat_avx2.hpp"
 #include "utf/transcode_avx2.hpp"
 #include "utf/transcode_portable.hpp"
 
@@ -27,7 +28,7 @@ VQ_TARGET_AVX2 inline size_t sum32(__m256i lanes) {
 }
 // Lanes below 0x8000.
 VQ_TARGET_AVX2 inline size_t sum16(__m256i lanes) {
-  return sum32(_mm256_madd_epi16(lanes, _mm256_set1_epi16(1)));
+  return sum32(_mm256_madd_epi16(lanes, splat16<1>()));
 }
 
 }  // namespace
@@ -36,7 +37,7 @@ VQ_TARGET_AVX2 size_t wideLengthOfUtf8(const uint8_t* source, size_t byteCount) 
   constexpr size_t stride = 128;
   // Each round adds up to four to a lane of eight bits.
   constexpr size_t mostRounds = 63;
-  const __m256i lastContinuation = _mm256_set1_epi8(static_cast<char>(0xBF));
+  const __m256i lastContinuation = splat8<0xBF>();
   __m256i total = _mm256_setzero_si256();
   size_t at = 0;
   while (byteCount - at >= stride) {
@@ -65,9 +66,9 @@ VQ_TARGET_AVX2 size_t utf8LengthOfWide(const VQChar* source, size_t elementCount
          --rounds, at += stride) {
       for (size_t half = 0; half < 2; ++half) {
         // Compared as signed numbers once the values beyond are cut down.
-        const __m256i c = _mm256_min_epu32(loadAt(source + at + 8 * half), _mm256_set1_epi32(0x10000));
-        const __m256i two = _mm256_cmpgt_epi32(c, _mm256_set1_epi32(0x7F));
-        const __m256i three = _mm256_cmpgt_epi32(c, _mm256_set1_epi32(0x7FF));
+        const __m256i c = _mm256_min_epu32(loadAt(source + at + 8 * half), splat32<0x10000>());
+        const __m256i two = _mm256_cmpgt_epi32(c, splat32<0x7F>());
+        const __m256i three = _mm256_cmpgt_epi32(c, splat32<0x7FF>());
         const __m256i four = _mm256_srli_epi32(c, 16);
         lanes[half] = _mm256_sub_epi32(_mm256_add_epi32(lanes[half], four), _mm256_add_epi32(two, three));
       }
@@ -89,11 +90,10 @@ VQ_TARGET_AVX2 size_t utf8LengthOfUtf16(const char16_t* source, size_t unitCount
     for (size_t rounds = std::min((unitCount - at) / stride, mostRounds); rounds > 0;
          --rounds, at += stride) {
       const __m256i units = loadAt(source + at);
-      const __m256i top5 = _mm256_and_si256(units, _mm256_set1_epi16(static_cast<int16_t>(0xF800)));
-      const __m256i isSurrogate = _mm256_cmpeq_epi16(top5, _mm256_set1_epi16(static_cast<int16_t>(0xD800)));
+      const __m256i top5 = _mm256_and_si256(units, splat16<0xF800>());
+      const __m256i isSurrogate = _mm256_cmpeq_epi16(top5, splat16<0xD800>());
       const __m256i isShort = _mm256_cmpeq_epi16(top5, zero);
-      const __m256i isAscii =
-          _mm256_cmpeq_epi16(_mm256_and_si256(units, _mm256_set1_epi16(static_cast<int16_t>(0xFF80))), zero);
+      const __m256i isAscii = _mm256_cmpeq_epi16(_mm256_and_si256(units, splat16<0xFF80>()), zero);
       // Surrogate and short exclude each other.
       lanes = _mm256_sub_epi16(lanes, _mm256_add_epi16(_mm256_or_si256(isSurrogate, isShort), isAscii));
     }
@@ -111,10 +111,8 @@ VQ_TARGET_AVX2 size_t wideLengthOfUtf16(const char16_t* source, size_t unitCount
     __m256i lanes = _mm256_setzero_si256();
     for (size_t rounds = std::min((unitCount - at) / stride, mostRounds); rounds > 0;
          --rounds, at += stride) {
-      const __m256i top6 =
-          _mm256_and_si256(loadAt(source + at), _mm256_set1_epi16(static_cast<int16_t>(0xFC00)));
-      lanes =
-          _mm256_sub_epi16(lanes, _mm256_cmpeq_epi16(top6, _mm256_set1_epi16(static_cast<int16_t>(0xDC00))));
+      const __m256i top6 = _mm256_and_si256(loadAt(source + at), splat16<0xFC00>());
+      lanes = _mm256_sub_epi16(lanes, _mm256_cmpeq_epi16(top6, splat16<0xDC00>()));
     }
     low += sum16(lanes);
   }

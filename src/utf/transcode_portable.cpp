@@ -1,6 +1,7 @@
-// Transcoding in plain C++: one character at a time, with a short cut over eight ASCII bytes.
+// Transcoding in plain C++: one character at a time, with a short cut over ASCII.
 #include "utf/transcode_portable.hpp"
 
+#include <bit>
 #include <cstring>
 
 namespace vq::transcode::portable {
@@ -52,14 +53,14 @@ inline Sequence readSequence(const uint8_t* source, size_t byteCount) {
                               (source[3] & 0x3F))};
 }
 
-// Widens the eight bytes at `source` when all are ASCII.
+// Widens the ASCII bytes at the start of eight bytes and counts them. All eight elements may be written.
 template <class Element>
-inline bool copyEightAscii(const uint8_t* source, Element* target) {
+inline size_t copyAsciiOfEight(const uint8_t* source, Element* target) {
   uint64_t bytes;
   std::memcpy(&bytes, source, sizeof bytes);
-  if ((bytes & highBits) != 0) return false;
   for (int i = 0; i < 8; ++i) target[i] = source[i];
-  return true;
+  bytes &= highBits;
+  return bytes == 0 ? 8 : static_cast<size_t>(std::countr_zero(bytes)) / 8;
 }
 
 // How a code point is stored in each of the two targets of UTF-8.
@@ -88,9 +89,10 @@ inline Result fromUtf8(const uint8_t* source, size_t byteCount, typename Target:
   size_t written = 0;
   while (at < byteCount) {
     if (source[at] < 0x80) {
-      if (byteCount - at >= 8 && capacity - written >= 8 && copyEightAscii(source + at, target + written)) {
-        at += 8;
-        written += 8;
+      if (byteCount - at >= 8 && capacity - written >= 8) {
+        const size_t ascii = copyAsciiOfEight(source + at, target + written);
+        at += ascii;
+        written += ascii;
         continue;
       }
       if (written == capacity) return {VQSTATUS_TARGET_FULL, at, written};

@@ -5,11 +5,11 @@
 // lanes brings them together. A block with an element that is no scalar value goes to the portable form.
 #include <array>
 #include <bit>
-#include <cstring>
 
 #include <immintrin.h>
 
 #include "text/cpu.hpp"
+#include "utf/splat_avx2.hpp"
 #include "utf/transcode_avx2.hpp"
 #include "utf/transcode_portable.hpp"
 
@@ -18,8 +18,7 @@ namespace vq::transcode::avx2 {
 namespace {
 
 constexpr size_t blockElements = 16;
-// Four bytes an element, and a store of sixteen bytes from the last place.
-constexpr size_t blockRoom = 4 * blockElements + 16;
+constexpr size_t blockRoom = 4 * blockElements;
 constexpr size_t notMade = SIZE_MAX;
 
 // For each set of eight 16-bit lanes that hold one byte, the others two: the bytes that bring them together.
@@ -52,6 +51,7 @@ constexpr auto makeFourByteOrders() {
   return table;
 }
 alignas(64) constexpr auto fourByteOrders = makeFourByteOrders();
+constexpr unsigned allThree = 0xF0;
 
 VQ_TARGET_AVX2 inline __m256i loadEight(const VQChar* source) {
   return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(source));
@@ -83,7 +83,7 @@ VQ_TARGET_AVX2 inline bool narrowAscii(const VQChar* source, uint8_t* target) {
   const __m256i c = loadEight(source + 16);
   const __m256i d = loadEight(source + 24);
   const __m256i all = _mm256_or_si256(_mm256_or_si256(a, b), _mm256_or_si256(c, d));
-  if (!_mm256_testz_si256(all, _mm256_set1_epi32(~0x7F))) return false;
+  if (!_mm256_testz_si256(all, splat32<~0x7Fu>())) return false;
   const __m256i bytes = _mm256_packus_epi16(_mm256_packus_epi32(a, b), _mm256_packus_epi32(c, d));
   const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
   _mm256_storeu_si256(reinterpret_cast<__m256i*>(target), _mm256_permutevar8x32_epi32(bytes, order));
@@ -93,10 +93,9 @@ VQ_TARGET_AVX2 inline bool narrowAscii(const VQChar* source, uint8_t* target) {
 // Up to U+07FF.
 VQ_TARGET_AVX2 inline size_t encodeUpToTwo(__m256i units, uint8_t* target) {
   const __m256i first = _mm256_srli_epi16(units, 6);
-  const __m256i second = _mm256_and_si256(_mm256_slli_epi16(units, 8), _mm256_set1_epi16(0x3F00));
-  const __m256i two =
-      _mm256_or_si256(_mm256_or_si256(first, second), _mm256_set1_epi16(static_cast<int16_t>(0x80C0)));
-  const __m256i isAscii = _mm256_cmpgt_epi16(_mm256_set1_epi16(0x80), units);
+  const __m256i second = _mm256_and_si256(_mm256_slli_epi16(units, 8), splat16<0x3F00>());
+  const __m256i two = _mm256_or_si256(_mm256_or_si256(first, second), splat16<0x80C0>());
+  const __m256i isAscii = _mm256_cmpgt_epi16(splat16<0x80>(), units);
   const __m256i bytes = _mm256_blendv_epi8(two, units, isAscii);
   const unsigned single = bitsOf16(isAscii);
   const auto low = static_cast<unsigned>(single & 0xFF);
@@ -116,27 +115,34 @@ VQ_TARGET_AVX2 inline uint8_t* storeLanes(__m128i lanes, unsigned low, unsigned 
 // Up to U+FFFF; `notMade` where a surrogate is among them.
 VQ_TARGET_AVX2 inline size_t encodeUpToThree(__m256i units, uint8_t* target) {
   const __m256i zero = _mm256_setzero_si256();
-  const __m256i top5 = _mm256_and_si256(units, _mm256_set1_epi16(static_cast<int16_t>(0xF800)));
-  const __m256i isSurrogate = _mm256_cmpeq_epi16(top5, _mm256_set1_epi16(static_cast<int16_t>(0xD800)));
+  const __m256i top5 = _mm256_and_si256(units, splat16<0xF800>());
+  const __m256i isSurrogate = _mm256_cmpeq_epi16(top5, splat16<0xD800>());
   if (!_mm256_testz_si256(isSurrogate, isSurrogate)) return notMade;
   const __m256i isShort = _mm256_cmpeq_epi16(top5, zero);
-  const __m256i isAscii =
-      _mm256_cmpeq_epi16(_mm256_and_si256(units, _mm256_set1_epi16(static_cast<int16_t>(0xFF80))), zero);
+  const __m256i isAscii = _mm256_cmpeq_epi16(_mm256_and_si256(units, splat16<0xFF80>()), zero);
   // A lane of 32 bits is to hold, from its lowest byte: nothing, first, second, third.
   const __m256i first =
-      _mm256_or_si256(_mm256_and_si256(_mm256_srli_epi16(units, 4), _mm256_set1_epi16(0x0F00)),
-                      _mm256_set1_epi16(static_cast<int16_t>(0xE000)));
+      _mm256_or_si256(_mm256_and_si256(_mm256_srli_epi16(units, 4), splat16<0x0F00>()), splat16<0xE000>());
   // The second is the first of a sequence of two: 0xC0 takes the place of 0x80.
-  const __m256i marker = _mm256_or_si256(_mm256_set1_epi16(static_cast<int16_t>(0x8080)),
-                                         _mm256_and_si256(isShort, _mm256_set1_epi16(0x0040)));
-  const __m256i middle = _mm256_and_si256(_mm256_srli_epi16(units, 6), _mm256_set1_epi16(0x003F));
+  const __m256i marker = _mm256_or_si256(splat16<0x8080>(), _mm256_and_si256(isShort, splat16<0x0040>()));
+  const __m256i middle = _mm256_and_si256(_mm256_srli_epi16(units, 6), splat16<0x003F>());
   const __m256i last = _mm256_slli_epi16(units, 8);
   const __m256i second =
-      _mm256_or_si256(_mm256_or_si256(middle, _mm256_and_si256(last, _mm256_set1_epi16(0x3F00))), marker);
+      _mm256_or_si256(_mm256_or_si256(middle, _mm256_and_si256(last, splat16<0x3F00>())), marker);
   const __m256i both = _mm256_blendv_epi8(second, last, isAscii);
   const __m256i even = _mm256_unpacklo_epi16(first, both);
   const __m256i odd = _mm256_unpackhi_epi16(first, both);
 
+  if (_mm256_testz_si256(isShort, isShort)) {
+    const __m256i order = _mm256_broadcastsi128_si256(orderOf(fourByteOrders[allThree]));
+    const __m256i evenBytes = _mm256_shuffle_epi8(even, order);
+    const __m256i oddBytes = _mm256_shuffle_epi8(odd, order);
+    store16(_mm256_castsi256_si128(evenBytes), target);
+    store16(_mm256_castsi256_si128(oddBytes), target + 12);
+    store16(upperHalf(evenBytes), target + 24);
+    store16(upperHalf(oddBytes), target + 36);
+    return 48;
+  }
   const unsigned isLong = ~bitsOf16(isShort) & 0xFFFF;
   const unsigned isTwo = bitsOf16(_mm256_xor_si256(isShort, isAscii));
   uint8_t* out = storeLanes(_mm256_castsi256_si128(even), isTwo & 0xF, isLong & 0xF, target);
@@ -148,22 +154,20 @@ VQ_TARGET_AVX2 inline size_t encodeUpToThree(__m256i units, uint8_t* target) {
 
 // Any eight scalar values; `notMade` where something else is among them.
 VQ_TARGET_AVX2 inline size_t encodeUpToFour(__m256i c, uint8_t* target) {
-  const __m256i isSurrogate =
-      _mm256_cmpeq_epi32(_mm256_and_si256(c, _mm256_set1_epi32(~0x7FF)), _mm256_set1_epi32(0xD800));
-  const __m256i isInside = _mm256_cmpeq_epi32(_mm256_min_epu32(c, _mm256_set1_epi32(0x10FFFF)), c);
+  const __m256i isSurrogate = _mm256_cmpeq_epi32(_mm256_and_si256(c, splat32<~0x7FFu>()), splat32<0xD800>());
+  const __m256i isInside = _mm256_cmpeq_epi32(_mm256_min_epu32(c, splat32<0x10FFFF>()), c);
   if (_mm256_movemask_epi8(_mm256_andnot_si256(isSurrogate, isInside)) != -1) return notMade;
-  const __m256i beyondAscii = _mm256_cmpgt_epi32(c, _mm256_set1_epi32(0x7F));
+  const __m256i beyondAscii = _mm256_cmpgt_epi32(c, splat32<0x7F>());
   const __m256i lengthLessOne = _mm256_sub_epi32(
       _mm256_setzero_si256(),
-      _mm256_add_epi32(beyondAscii, _mm256_add_epi32(_mm256_cmpgt_epi32(c, _mm256_set1_epi32(0x7FF)),
-                                                     _mm256_cmpgt_epi32(c, _mm256_set1_epi32(0xFFFF)))));
+      _mm256_add_epi32(beyondAscii, _mm256_add_epi32(_mm256_cmpgt_epi32(c, splat32<0x7FF>()),
+                                                     _mm256_cmpgt_epi32(c, splat32<0xFFFF>()))));
   // A lane holds, from its lowest byte: the first of four, of three, of two, the last.
   const __m256i last = _mm256_slli_epi32(c, 24);
-  const __m256i parts =
-      _mm256_or_si256(_mm256_or_si256(_mm256_srli_epi32(c, 18),
-                                      _mm256_and_si256(_mm256_srli_epi32(c, 4), _mm256_set1_epi32(0x3F00))),
-                      _mm256_or_si256(_mm256_and_si256(_mm256_slli_epi32(c, 10), _mm256_set1_epi32(0x3F0000)),
-                                      _mm256_and_si256(last, _mm256_set1_epi32(0x3F000000))));
+  const __m256i parts = _mm256_or_si256(
+      _mm256_or_si256(_mm256_srli_epi32(c, 18), _mm256_and_si256(_mm256_srli_epi32(c, 4), splat32<0x3F00>())),
+      _mm256_or_si256(_mm256_and_si256(_mm256_slli_epi32(c, 10), splat32<0x3F0000>()),
+                      _mm256_and_si256(last, splat32<0x3F000000>())));
   const auto marker = [](uint32_t bytes) { return static_cast<int>(bytes); };
   const __m256i markers = _mm256_setr_epi32(0, marker(0x80C00000), marker(0x8080E000), marker(0x808080F0), 0,
                                             marker(0x80C00000), marker(0x8080E000), marker(0x808080F0));
@@ -184,37 +188,30 @@ VQ_TARGET_AVX2 inline size_t encodeUpToFour(__m256i c, uint8_t* target) {
   return static_cast<size_t>(out - target);
 }
 
-// The bytes of sixteen elements, or `notMade`. Up to `blockRoom` bytes are written.
-VQ_TARGET_AVX2 inline size_t encodeBlock(const VQChar* source, uint8_t* target) {
+// The bytes of sixteen elements; `notMade` also where whole vectors have no room.
+VQ_TARGET_AVX2 inline size_t encodeBlock(const VQChar* source, uint8_t* target, size_t room) {
   const __m256i a = loadEight(source);
   const __m256i b = loadEight(source + 8);
   const __m256i all = _mm256_or_si256(a, b);
-  if (_mm256_testz_si256(all, _mm256_set1_epi32(~0x7FF))) return encodeUpToTwo(packUnits(a, b), target);
-  if (_mm256_testz_si256(all, _mm256_set1_epi32(~0xFFFF))) return encodeUpToThree(packUnits(a, b), target);
+  if (_mm256_testz_si256(all, splat32<~0x7Fu>())) {
+    if (room < 16) return notMade;
+    const __m256i units = packUnits(a, b);
+    store16(_mm_packus_epi16(_mm256_castsi256_si128(units), upperHalf(units)), target);
+    return 16;
+  }
+  if (_mm256_testz_si256(all, splat32<~0x7FFu>())) {
+    return room < 2 * blockElements ? notMade : encodeUpToTwo(packUnits(a, b), target);
+  }
+  if (_mm256_testz_si256(all, splat32<~0xFFFFu>())) {
+    // Three stores of twelve bytes in front of the last one.
+    return room < 3 * 12 + 16 ? notMade : encodeUpToThree(packUnits(a, b), target);
+  }
+  if (room < blockRoom) return notMade;
   const size_t first = encodeUpToFour(a, target);
   if (first == notMade) return notMade;
   const size_t second = encodeUpToFour(b, target + first);
   return second == notMade ? notMade : first + second;
 }
-
-// The end of the text, or of the room: the block is made beside the buffers, filled up with zero elements,
-// and copied when all of it has room.
-VQ_TARGET_AVX2 inline size_t encodeAside(const VQChar* source, size_t elementCount, uint8_t* target,
-                                         size_t room) {
-  VQChar elements[blockElements] = {};
-  uint8_t bytes[blockRoom];
-  const size_t taken = elementCount < blockElements ? elementCount : blockElements;
-  std::memcpy(elements, source, taken * sizeof *source);
-  size_t made = encodeBlock(elements, bytes);
-  if (made == notMade) return notMade;
-  made -= blockElements - taken;
-  if (made > room) return notMade;
-  std::memcpy(target, bytes, made);
-  return made;
-}
-
-// Fewer elements than this are not worth a block.
-constexpr size_t shortText = 4;
 
 }  // namespace
 
@@ -222,19 +219,16 @@ VQ_TARGET_AVX2 Result wideToUtf8(const VQChar* source, size_t elementCount, uint
                                  size_t capacity) {
   size_t at = 0;
   size_t written = 0;
-  while (elementCount - at > shortText) {
-    const size_t left = elementCount - at;
+  while (elementCount - at >= blockElements) {
     const size_t room = capacity - written;
-    if (left >= 32 && room >= 32 && narrowAscii(source + at, target + written)) {
+    if (elementCount - at >= 32 && room >= 32 && narrowAscii(source + at, target + written)) {
       at += 32;
       written += 32;
       continue;
     }
-    const size_t made = left >= blockElements && room >= blockRoom
-                            ? encodeBlock(source + at, target + written)
-                            : encodeAside(source + at, left, target + written, room);
+    const size_t made = encodeBlock(source + at, target + written, room);
     if (made == notMade) break;
-    at += left < blockElements ? left : blockElements;
+    at += blockElements;
     written += made;
   }
   const Result rest =
@@ -251,9 +245,8 @@ VQ_TARGET_AVX2 Result wideToUtf16(const VQChar* source, size_t elementCount, cha
     const __m256i b = loadEight(source + at + 8);
     const __m256i units = packUnits(a, b);
     const __m256i isSurrogate =
-        _mm256_cmpeq_epi16(_mm256_and_si256(units, _mm256_set1_epi16(static_cast<int16_t>(0xF800))),
-                           _mm256_set1_epi16(static_cast<int16_t>(0xD800)));
-    if (_mm256_testz_si256(_mm256_or_si256(a, b), _mm256_set1_epi32(~0xFFFF)) &&
+        _mm256_cmpeq_epi16(_mm256_and_si256(units, splat16<0xF800>()), splat16<0xD800>());
+    if (_mm256_testz_si256(_mm256_or_si256(a, b), splat32<~0xFFFFu>()) &&
         _mm256_testz_si256(isSurrogate, isSurrogate)) {
       _mm256_storeu_si256(reinterpret_cast<__m256i*>(target + written), units);
       at += blockElements;

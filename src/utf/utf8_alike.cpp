@@ -6,6 +6,7 @@
 #include <bit>
 
 #include "text/cpu.hpp"
+#include "utf/splat_avx2.hpp"
 
 namespace vq::utf8 {
 
@@ -13,9 +14,9 @@ namespace {
 
 VQ_TARGET_AVX2 inline __m256i foldAscii(__m256i bytes) {
   // 'A' to 'Z' lie lowest once 'A' is moved to the least signed byte.
-  const __m256i moved = _mm256_add_epi8(bytes, _mm256_set1_epi8(static_cast<char>(0x80 - 'A')));
-  const __m256i isUpper = _mm256_cmpgt_epi8(_mm256_set1_epi8(static_cast<char>(0x80 + 26)), moved);
-  return _mm256_or_si256(bytes, _mm256_and_si256(isUpper, _mm256_set1_epi8(0x20)));
+  const __m256i moved = _mm256_add_epi8(bytes, splat8<0x80 - 'A'>());
+  const __m256i isUpper = _mm256_cmpgt_epi8(splat8<0x80 + 26>(), moved);
+  return _mm256_or_si256(bytes, _mm256_and_si256(isUpper, splat8<0x20>()));
 }
 
 struct Folded {

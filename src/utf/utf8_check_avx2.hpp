@@ -12,6 +12,7 @@
 #include <cstdint>
 
 #include "text/cpu.hpp"
+#include "utf/splat_avx2.hpp"
 
 namespace vq::utf8 {
 
@@ -57,7 +58,7 @@ VQ_TARGET_AVX2 inline __m256i findFaults(const uint8_t* bytes) {
                     byte(continues | overlong3 | tooLarge), byte(continues | surrogate | tooLarge),
                     byte(continues | surrogate | tooLarge), tooShort, tooShort, tooShort, tooShort);
 
-  const __m256i lowHalf = _mm256_set1_epi8(0x0F);
+  const __m256i lowHalf = splat8<0x0F>();
   const __m256i here = loadBytes(bytes);
   const __m256i before = loadBytes(bytes - 1);
   const __m256i firstHigh =
@@ -67,9 +68,9 @@ VQ_TARGET_AVX2 inline __m256i findFaults(const uint8_t* bytes) {
       lookUpHalfBytes(_mm256_and_si256(_mm256_srli_epi16(here, 4), lowHalf), bySecondHigh);
   const __m256i pairs = _mm256_and_si256(_mm256_and_si256(firstHigh, firstLow), secondHigh);
   // The top bit is set where the third byte of three or more, or the fourth of four, is due.
-  const __m256i third = _mm256_subs_epu8(loadBytes(bytes - 2), _mm256_set1_epi8(0xE0 - 0x80));
-  const __m256i fourth = _mm256_subs_epu8(loadBytes(bytes - 3), _mm256_set1_epi8(0xF0 - 0x80));
-  const __m256i due = _mm256_and_si256(_mm256_or_si256(third, fourth), _mm256_set1_epi8(byte(0x80)));
+  const __m256i third = _mm256_subs_epu8(loadBytes(bytes - 2), splat8<0xE0 - 0x80>());
+  const __m256i fourth = _mm256_subs_epu8(loadBytes(bytes - 3), splat8<0xF0 - 0x80>());
+  const __m256i due = _mm256_and_si256(_mm256_or_si256(third, fourth), splat8<0x80>());
   return _mm256_xor_si256(due, pairs);
 }
 

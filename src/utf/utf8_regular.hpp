@@ -18,7 +18,22 @@ struct Regular {
 };
 
 // The regular text that begins at the character boundary text[at] and ends on a whole character, as far as
-// whole blocks reach it: nothing at all for short texts and on processors without vector code.
+// whole blocks reach it. Nothing at all for short texts, on processors without vector code, and where fewer
+// than three bytes stand in front: a block looks back at them.
 Regular regularPrefix(const uint8_t* text, size_t at, size_t byteCount);
+
+// What a translator carries over as it stands, for the blocks of text in which there is nothing else.
+enum class Plain {
+  // Nothing of four bytes and no encoded surrogate.
+  toPairs,
+  // The same, and no zero byte.
+  toPairsWithoutZero,
+  // No encoded surrogate, and first bytes from 0xC2 to 0xF4.
+  fromPairs,
+};
+
+// The regular text that begins at the character boundary text[at], is plain throughout and ends on a whole
+// character, in bytes. The same limits hold as above.
+size_t plainPrefix(const uint8_t* text, size_t at, size_t byteCount, Plain plain);
 
 }  // namespace vq::utf8

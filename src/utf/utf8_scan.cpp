@@ -34,8 +34,10 @@ struct UpToThree {
   static size_t countOf(const Regular& regular) { return regular.characterCount + regular.fourByteCount; }
 };
 
-// How far to step singly where a block is not regular, before blocks are tried again.
+// How far to step singly where a block is not regular, before blocks are tried again; at the start of a text,
+// as far as a block looks back.
 constexpr size_t singleRun = 64;
+constexpr size_t openingRun = 3;
 
 struct Counted {
   size_t byteCount;
@@ -52,7 +54,7 @@ Counted countCharacters(const uint8_t* text, size_t limit, size_t end) {
     const Regular regular = regularPrefix(text, at, limit);
     at += regular.byteCount;
     characters += Stepping::countOf(regular);
-    const size_t stop = std::min(limit, at + singleRun);
+    const size_t stop = std::min(limit, at + (at < openingRun ? openingRun : singleRun));
     for (; at < stop; ++characters) at += Stepping::step(text + at, end - at);
   }
   return {at, characters};
@@ -143,10 +145,11 @@ uint64_t vqzsu8ByteLength(const char* text, uint64_t characterCount) {
   size_t at = 0;
   while (characterCount > 0) {
     // The characters still to come have at least a byte each, so as many bytes are there to be read.
-    const Regular regular = regularPrefix(bytes + at, 0, characterCount);
+    const Regular regular = regularPrefix(bytes, at, at + characterCount);
     at += regular.byteCount;
     characterCount -= regular.characterCount;
-    for (uint64_t run = std::min<uint64_t>(characterCount, singleRun); run > 0; --run, --characterCount) {
+    for (uint64_t run = std::min<uint64_t>(characterCount, at < openingRun ? openingRun : singleRun); run > 0;
+         --run, --characterCount) {
       at += carefulStep(bytes + at, SIZE_MAX);
     }
   }

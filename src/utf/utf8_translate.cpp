@@ -1,9 +1,11 @@
 // Translation between UTF-8 and its relatives CESU-8 and modified UTF-8. Both translators validate as they go
-// and replace what is broken; only a full target stops them.
+// and replace what is broken; only a full target stops them. Text in which there is nothing to translate is
+// carried over by blocks.
 #include <algorithm>
 #include <cstring>
 
 #include "utf/utf8_bytes.hpp"
+#include "utf/utf8_regular.hpp"
 #include "vqstring/utf.h"
 
 namespace {
@@ -38,6 +40,21 @@ class Translation {
     return true;
   }
 
+  // Carries over what is plain, by whole blocks, as far as they have room. Where that brought nothing, the
+  // next tries are left out for a stretch.
+  void copyPlain(Plain plain) {
+    if (at_ < nextTry_) return;
+    const size_t within = std::min(sourceBytes_ - at_, targetBytes_ - written_);
+    const size_t byteCount = plainPrefix(source_, at_, at_ + within, plain);
+    if (byteCount == 0) {
+      nextTry_ = at_ + stretch;
+      return;
+    }
+    std::memcpy(target_ + written_, source_ + at_, byteCount);
+    at_ += byteCount;
+    written_ += byteCount;
+  }
+
   VQStatus finish(uint64_t* written, bool isFull) const {
     if (written != nullptr) *written = written_;
     if (isFull) return VQSTATUS_TARGET_FULL;
@@ -45,6 +62,8 @@ class Translation {
   }
 
  private:
+  static constexpr size_t stretch = 64;
+
   const uint8_t* source_;
   size_t sourceBytes_;
   size_t at_ = 0;
@@ -52,6 +71,8 @@ class Translation {
   size_t targetBytes_;
   size_t written_ = 0;
   bool hasReplaced_ = false;
+  // A block looks back at three bytes.
+  size_t nextTry_ = 3;
 };
 
 // The surrogate pair of a four-byte sequence, three bytes each.
@@ -149,8 +170,10 @@ VQStatus vqzsu8Encode(const char* source, uint64_t sourceBytes, char* target, ui
   const EncodeRules rules{(flags & U8_MODIFIED) != 0 || (flags & U8_NO_PAIRS) == 0,
                           (flags & U8_MODIFIED) != 0};
   Translation work(source, sourceBytes, target, targetBytes);
+  const Plain plain = rules.widensZero ? Plain::toPairsWithoutZero : Plain::toPairs;
   while (!work.isAtEnd()) {
-    if (!encodeCharacter(work, rules)) return work.finish(written, true);
+    work.copyPlain(plain);
+    if (!work.isAtEnd() && !encodeCharacter(work, rules)) return work.finish(written, true);
   }
   return work.finish(written, false);
 }
@@ -167,7 +190,8 @@ VQStatus vqzsu8Decode(const char* source, uint64_t sourceBytes, char* target, ui
   Translation work(source, sourceBytes, target, targetBytes);
   Pending pending;
   while (!work.isAtEnd()) {
-    if (!decodeCharacter(work, isModified, pending)) return work.finish(written, true);
+    if (pending.bytes == nullptr) work.copyPlain(Plain::fromPairs);
+    if (!work.isAtEnd() && !decodeCharacter(work, isModified, pending)) return work.finish(written, true);
   }
   const bool isFull = pending.bytes != nullptr && !work.replace();
   return work.finish(written, isFull);

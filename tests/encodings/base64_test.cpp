@@ -9,7 +9,7 @@
 #include "encodings/base64_codec.hpp"
 #include "support/fault_injector.hpp"
 #include "support/guarded_buffer.hpp"
-#include "text/cpu_levels.hpp"
+#include "support/cpu_levels.hpp"
 #include "vqstring.h"
 
 namespace {
