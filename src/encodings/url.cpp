@@ -8,6 +8,7 @@
 
 #include "encodings/refill.hpp"
 #include "encodings/url_codec.hpp"
+#include "utf/transcode.hpp"
 #include "vqstring/encodings.h"
 
 using namespace vq;
@@ -35,82 +36,43 @@ class Utf8Form {
   VQNarrowString* narrow_ = nullptr;
 };
 
-// Bytes of a character in UTF-8; 0 for one that has no UTF-8 form.
-uint64_t utf8Bytes(VQChar character) {
-  if (character < 0x80) return 1;
-  if (character < 0x800) return 2;
-  if (character >= 0xD800 && character <= 0xDFFF) return 0;
-  return character < 0x10000 ? 3 : character <= 0x10FFFF ? 4 : 0;
+bool hasUtf8Form(VQChar character) {
+  return character < 0xD800 || (character > 0xDFFF && character <= 0x10FFFF);
 }
 
-// What escaping a run of wide text takes. The run ends in front of a character without a UTF-8 form.
-struct WideRun {
-  uint64_t elementCount = 0;
-  uint64_t utf8Count = 0;
-  uint64_t escapedCount = 0;
-};
-
-WideRun measureRun(const VQChar* text, uint64_t elementCount) {
-  WideRun run;
-  for (; run.elementCount < elementCount; ++run.elementCount) {
-    const VQChar character = text[run.elementCount];
-    const uint64_t byteCount = utf8Bytes(character);
-    if (byteCount == 0) break;
-    run.utf8Count += byteCount;
-    run.escapedCount += url::isUnescaped(character) ? 1 : 3 * byteCount;
-  }
-  return run;
-}
-
-// Writes the escaped form. The source may stand at the end of the target: an escape is never longer than the
-// distance that it makes up.
-VQChar* escapeRun(const VQChar* text, uint64_t elementCount, const char* utf8, VQChar* target) {
-  for (const VQChar* end = text + elementCount; text < end; ++text) {
-    const VQChar character = *text;
-    if (url::isUnescaped(character)) {
-      *target++ = character;
-      ++utf8;
-      continue;
-    }
-    for (uint64_t i = utf8Bytes(character); i != 0; --i) {
-      const url::Escape escape = url::escapeOf(static_cast<uint8_t>(*utf8++));
-      for (const char digit : escape.characters) *target++ = static_cast<VQChar>(digit);
-    }
-  }
-  return target;
+// The UTF-8 form of the text from `first` on: of everything, or else of what stands in front of the first
+// character without such a form. Answers the number of characters; 0 when the conversion fails.
+uint64_t fillFront(const VQString* string, uint64_t first, Utf8Form* utf8) {
+  const VQChar* text = string->text + first;
+  const uint64_t rest = static_cast<uint64_t>(string->length) - first;
+  if (utf8->fill(text, rest) == 0) return rest;
+  const auto count = static_cast<uint64_t>(std::find_if_not(text, text + rest, hasUtf8Form) - text);
+  return count != 0 && count != rest && utf8->fill(text, count) == 0 ? count : 0;
 }
 
 // Escapes the front of the string, from the first character that needs it to the first without a UTF-8 form.
 // Answers the position behind the escaped front: everything, when nothing fails. A failure changes nothing.
 uint64_t escapeFront(VQString* string, uint64_t first) {
-  const auto length = static_cast<uint64_t>(string->length);
-  const VQChar* text = string->text;
-  const WideRun run = measureRun(text + first, length - first);
   Utf8Form utf8(string);
+  const auto length = static_cast<uint64_t>(string->length);
+  const uint64_t frontCount = fillFront(string, first, &utf8);
+  const VQChar* text = string->text + first;
   // A form of another size is not what the characters give one by one.
-  if (run.elementCount == 0 || utf8.fill(text + first, run.elementCount) != 0 ||
-      utf8.length() != run.utf8Count) {
-    return first;
-  }
-  const uint64_t newLength = length - run.elementCount + run.escapedCount;
+  if (frontCount == 0 || utf8.length() != transcode::utf8LengthOfWide(text, frontCount)) return first;
+  const url::Measure measure = url::measure(utf8.text(), utf8.length());
+  if (!measure.isRegular) return first;
+  const uint64_t escapedCount = measure.length(utf8.length());
+  const uint64_t tailCount = length - first - frontCount;
+  const uint64_t newLength = first + escapedCount + tailCount;
   Refill<WideKind> refill(string, newLength);
   if (!refill) return first;
   VQChar* target = refill.text();
-  const uint64_t tailCount = length - first - run.elementCount;
-  VQChar* escapedEnd = target + first + run.escapedCount;
-  // In the own storage the tail settles first, then the run is moved up against it.
-  moveElements(escapedEnd, text + first + run.elementCount, tailCount);
-  const VQChar* source = text + first;
-  if (target == text) {
-    VQChar* moved = escapedEnd - run.elementCount;
-    moveElements(moved, source, run.elementCount);
-    source = moved;
-  } else {
-    copyElements(target, text, first);
-  }
-  escapeRun(source, run.elementCount, utf8.text(), target + first);
+  if (target != string->text) copyElements(target, string->text, first);
+  // The tail goes first: in the own storage the escaped front takes its place.
+  moveElements(target + first + escapedCount, text + frontCount, tailCount);
+  url::escapeToWide(utf8.text(), utf8.length(), target + first, escapedCount);
   refill.settle(newLength);
-  return first + run.escapedCount;
+  return first + escapedCount;
 }
 
 // Escapes the character at `*index` and moves the index behind it. A failure leaves what is done by then.
@@ -160,7 +122,8 @@ VQStatus vqU8StringURLEncode(VQU8String* string) {
   const uint64_t first = url::cleanLength(string->text, length);
   if (first == length) return 0;
   const char* text = string->text;
-  const uint64_t restBytes = url::escapedLength(text + first, length - first);
+  const url::Measure measure = url::measure(text + first, length - first);
+  const uint64_t restBytes = measure.length(length - first);
   uint64_t newLength = 0;
   if (__builtin_add_overflow(first, restBytes, &newLength)) return VQSTATUS_NO_MEMORY;
   Refill<U8Kind> refill(string, newLength);
@@ -174,7 +137,7 @@ VQStatus vqU8StringURLEncode(VQU8String* string) {
   } else {
     copyElements(target, text, first);
   }
-  url::escape(source, length - first, target + first, restBytes);
+  url::escape(source, length - first, measure.isRegular, target + first, restBytes);
   refill.settle(newLength);
   return 0;
 }

@@ -31,21 +31,85 @@ uint8_t byteAt(const char* text, uint64_t index) {
   return static_cast<uint8_t>(text[index]);
 }
 
-// Whole steps of ASCII, each byte by itself. The escapes are stored four bytes at a time, which overshoots by
-// up to three: the caller sees to the room.
-char* escapeAscii(const char* text, uint64_t byteCount, char* target) {
-  for (uint64_t i = 0; i < byteCount; ++i) {
-    const Escape entry = escapes[byteAt(text, i)];
-    std::memcpy(target, &entry, sizeof entry);
-    target += entry.length;
+// The count by whole sequences, which any text has.
+uint64_t countSequences(const char* text, uint64_t byteCount) {
+  uint64_t escaped = 0;
+  for (uint64_t at = 0; at < byteCount;) {
+    const uint64_t announced = announcedLength(byteAt(text, at));
+    const uint64_t length = std::min(announced, byteCount - at);
+    if (announced > 1 || !isUnescaped(byteAt(text, at))) escaped += length;
+    at += length;
   }
-  return target;
+  return escaped;
 }
 
-bool isAscii(const char* text) {
-  uint64_t words[stepElements / 8];
-  std::memcpy(words, text, stepElements);
-  return ((words[0] | words[1] | words[2] | words[3]) & 0x8080808080808080u) == 0;
+// Stores what stands for a byte, exactly or with up to three elements more.
+char* put(char* target, uint8_t byte) {
+  const Escape escape = escapes[byte];
+  if (escape.length == 1) {
+    *target = escape.characters[0];
+    return target + 1;
+  }
+  std::memcpy(target, escape.characters, 3);
+  return target + 3;
+}
+char* putLoosely(char* target, uint8_t byte) {
+  const Escape escape = escapes[byte];
+  std::memcpy(target, &escape, sizeof escape);
+  return target + escape.length;
+}
+VQChar* put(VQChar* target, uint8_t byte) {
+  const Escape escape = escapes[byte];
+  for (unsigned i = 0; i < escape.length; ++i) target[i] = static_cast<VQChar>(escape.characters[i]);
+  return target + escape.length;
+}
+VQChar* putLoosely(VQChar* target, uint8_t byte) {
+  const Escape escape = escapes[byte];
+  const VQChar elements[4] = {static_cast<VQChar>(escape.characters[0]),
+                              static_cast<VQChar>(escape.characters[1]),
+                              static_cast<VQChar>(escape.characters[2]), 0};
+  std::memcpy(target, elements, sizeof elements);
+  return target + escape.length;
+}
+
+// What a step of escapes takes beyond its own elements, with the overshoot of the last.
+constexpr int64_t stepGrowth = 2 * static_cast<int64_t>(stepElements) + 4;
+
+// Every byte by itself. `freeElements` tells how far the target may be written now, counted from it, in
+// front of what must be kept: the unread source, or the end.
+template <class Element, class FreeElements>
+void escapeRegular(const char* text, const char* end, Element* target, FreeElements freeElements) {
+  while (text < end) {
+    uint64_t left = static_cast<uint64_t>(end - text);
+    if (left >= stepElements && cpu::hasAvx2()) {
+      const uint64_t copied = vector::copyClean(text, left, target);
+      text += copied;
+      target += copied;
+      left -= copied;
+    }
+    const char* stop = text + std::min(left, stepElements);
+    if (left >= stepElements && freeElements(text, target) >= stepGrowth) {
+      for (; text < stop; ++text) target = putLoosely(target, static_cast<uint8_t>(*text));
+    } else {
+      for (; text < stop; ++text) target = put(target, static_cast<uint8_t>(*text));
+    }
+  }
+}
+
+void escapeSequences(const char* text, const char* end, char* target) {
+  while (text < end) {
+    const auto first = static_cast<uint8_t>(*text);
+    const uint64_t announced = announcedLength(first);
+    if (announced == 1) {
+      target = put(target, first);
+      ++text;
+      continue;
+    }
+    for (auto i = std::min(announced, static_cast<uint64_t>(end - text)); i != 0; --i, ++text) {
+      const Escape escape = escapeOf(static_cast<uint8_t>(*text));
+      target = std::copy_n(escape.characters, 3, target);
+    }
+  }
 }
 
 // -1 for a byte that is no digit.
@@ -57,8 +121,9 @@ constexpr auto digitValues = [] {
   return values;
 }();
 
-int digitAt(const char* text, uint64_t index) {
-  return digitValues[byteAt(text, index)];
+// The byte that two digits stand for.
+char byteOfDigits(const char* digits) {
+  return static_cast<char>(16 * digitValues[byteAt(digits, 0)] + digitValues[byteAt(digits, 1)]);
 }
 
 }  // namespace
@@ -71,89 +136,66 @@ uint64_t cleanLength(const VQChar* text, uint64_t elementCount) {
   return cleanLengthOf(text, elementCount);
 }
 
-uint64_t escapedLength(const char* text, uint64_t byteCount) {
-  uint64_t escaped = 0;
-  for (uint64_t at = 0; at < byteCount;) {
-    if (byteCount - at >= stepElements && cpu::hasAvx2()) {
-      escaped += vector::countAscii(text + at, byteCount - at, &at);
-    }
-    // A step's length of characters at a time, so that prose in another script tries the vectors rarely.
-    const uint64_t stop = std::min(byteCount, at + stepElements);
-    while (at < stop) {
-      const uint64_t announced = announcedLength(byteAt(text, at));
-      const uint64_t length = std::min(announced, byteCount - at);
-      escaped += announced > 1 ? length : (escapes[byteAt(text, at)].length == 3 ? 1 : 0);
-      at += length;
-    }
+Measure measure(const char* text, uint64_t byteCount) {
+  Measure sum;
+  uint64_t at = 0;
+  uint32_t reached = 0;
+  if (byteCount >= stepElements && cpu::hasAvx2()) at = vector::measure(text, byteCount, &sum, &reached);
+  for (; at < byteCount; ++at) {
+    const uint8_t byte = byteAt(text, at);
+    const bool isEscaped = !isUnescaped(byte);
+    sum.escapedBytes += isEscaped ? 1 : 0;
+    if (!isEscaped && (reached & 1) != 0) sum.isRegular = false;
+    reached = reached >> 1 | ((1u << (announcedLength(byte) - 1)) - 1);
   }
-  uint64_t sum = 0;
-  return __builtin_add_overflow(byteCount, 2 * escaped, &sum) ? UINT64_MAX : sum;
+  if (!sum.isRegular) sum.escapedBytes = countSequences(text, byteCount);
+  return sum;
 }
 
-void escape(const char* text, uint64_t byteCount, char* target, uint64_t targetBytes) {
+void escape(const char* text, uint64_t byteCount, bool isRegular, char* target, uint64_t targetLength) {
   const char* end = text + byteCount;
-  char* targetEnd = target + targetBytes;
-  // Where a step of escapes must not overshoot: the source itself, when that is the end of the target, or
-  // else the place in the target from which a step may still follow.
-  const bool isInPlace = end == targetEnd;
-  constexpr int64_t overshoot = 2 * static_cast<int64_t>(stepElements) + 4;
-  const auto hasRoom = [&] {
-    return isInPlace ? text - target >= overshoot
-                     : targetEnd - target >= overshoot + static_cast<int64_t>(stepElements);
-  };
-  while (text < end) {
-    uint64_t left = static_cast<uint64_t>(end - text);
-    if (left >= stepElements && cpu::hasAvx2()) {
-      const uint64_t copied = vector::copyClean(text, left, target);
-      text += copied;
-      target += copied;
-      left -= copied;
-    }
-    if (left >= stepElements && hasRoom() && isAscii(text)) {
-      target = escapeAscii(text, stepElements, target);
-      text += stepElements;
-      continue;
-    }
-    const char* stop = text + std::min(left, stepElements);
-    while (text < stop) {
-      const uint64_t announced = announcedLength(byteAt(text, 0));
-      if (announced == 1) {
-        const Escape entry = escapes[byteAt(text, 0)];
-        target = std::copy_n(entry.characters, entry.length, target);
-        ++text;
-        continue;
-      }
-      for (uint64_t i = std::min(announced, static_cast<uint64_t>(end - text)); i != 0; --i, ++text) {
-        target = std::copy_n(escapeOf(byteAt(text, 0)).characters, 3, target);
-      }
-    }
+  const char* targetEnd = target + targetLength;
+  if (!isRegular) {
+    escapeSequences(text, end, target);
+  } else if (end == targetEnd) {
+    escapeRegular(text, end, target, [](const char* source, char* at) { return source - at; });
+  } else {
+    const char* lastStep = targetEnd - stepElements;
+    escapeRegular(text, end, target, [=](const char*, char* at) { return lastStep - at; });
   }
+}
+
+void escapeToWide(const char* text, uint64_t byteCount, VQChar* target, uint64_t targetLength) {
+  const VQChar* lastStep = target + targetLength - stepElements;
+  escapeRegular(text, text + byteCount, target, [=](const char*, VQChar* at) { return lastStep - at; });
 }
 
 uint64_t unescape(char* text, uint64_t byteCount) {
   uint64_t at = 0, written = 0;
-  while (at < byteCount) {
-    const uint64_t left = byteCount - at;
-    if (left >= stepElements && cpu::hasAvx2()) {
-      const uint64_t moved = vector::moveUnescaped(text + at, left, text + written);
+  for (;;) {
+    if (byteCount - at >= stepElements && cpu::hasAvx2()) {
+      const uint64_t moved = vector::moveUnescaped(text + at, byteCount - at, text + written);
       at += moved;
       written += moved;
     }
-    for (const uint64_t stop = std::min(byteCount, at + stepElements); at < stop;) {
+    // A run of escapes one by one, or a whole step as long as the vectors lack the room for parts of it.
+    const uint64_t stop = std::min(byteCount, at + stepElements);
+    while (at < stop) {
       const char byte = text[at];
-      if (byte == '%' && at + 1 < byteCount) {
-        const bool isWhole = at + 2 < byteCount;
-        const int value =
-            isWhole ? 16 * digitAt(text, at + 1) + digitAt(text, at + 2) : digitAt(text, at + 1);
-        text[written++] = static_cast<char>(value);
-        at += isWhole ? 3 : 2;
-        continue;
+      if (byte == '%' && byteCount - at > 2) {
+        text[written++] = byteOfDigits(text + at + 1);
+        at += 3;
+      } else if (byte == '%' && byteCount - at == 2) {
+        text[written++] = static_cast<char>(digitValues[byteAt(text, at + 1)]);
+        at += 2;
+      } else {
+        text[written++] = byte == '+' ? ' ' : byte;
+        ++at;
+        if (at - written >= stepElements) break;
       }
-      text[written++] = byte == '+' ? ' ' : byte;
-      ++at;
     }
+    if (at >= byteCount) return written;
   }
-  return written;
 }
 
 }  // namespace vq::url

@@ -41,29 +41,47 @@ inline constexpr auto escapes = [] {
 uint64_t cleanLength(const char* text, uint64_t byteCount);
 uint64_t cleanLength(const VQChar* text, uint64_t elementCount);
 
-// Bytes that the escaped form of a UTF-8 text takes; UINT64_MAX when they cannot be counted. A first byte of
-// a longer sequence has the rest of that sequence escaped with it, ASCII or not, as far as the text goes.
-uint64_t escapedLength(const char* text, uint64_t byteCount);
+// What escaping a UTF-8 text takes. A first byte of a longer sequence has the rest of that sequence escaped
+// with it, ASCII or not, as far as the text goes.
+struct Measure {
+  uint64_t escapedBytes = 0;
+  // No byte that passes stands where a sequence may reach, as in any well-formed text: every byte can be
+  // judged by itself.
+  bool isRegular = true;
 
-// Writes that form. The source may be the end of the target: what is written stays behind what is read.
-void escape(const char* text, uint64_t byteCount, char* target, uint64_t targetBytes);
+  // Elements of the escaped form of `byteCount` bytes; UINT64_MAX when they cannot be counted.
+  uint64_t length(uint64_t byteCount) const {
+    uint64_t sum = 0;
+    return __builtin_add_overflow(byteCount, 2 * escapedBytes, &sum) ? UINT64_MAX : sum;
+  }
+};
+Measure measure(const char* text, uint64_t byteCount);
+
+// Writes the escaped form of a text with its measure, `targetLength` elements. The source may be the end of
+// the target: what is written stays behind what is read.
+void escape(const char* text, uint64_t byteCount, bool isRegular, char* target, uint64_t targetLength);
+// The same as wide text, for a regular one.
+void escapeToWide(const char* text, uint64_t byteCount, VQChar* target, uint64_t targetLength);
 
 // Takes escapes out of a text in place and answers its new length. '+' becomes a blank. A '%' takes two bytes
 // as digits, or one at the end of the text; a byte that is no digit counts as -1.
 uint64_t unescape(char* text, uint64_t byteCount);
 
-// The forms behind the scans, for processors with AVX2: 32 elements a step, 0 or more of them whole.
+// Scans for processors with AVX2, 32 elements a step. Each goes on for as many whole steps as it can.
 namespace vector {
 inline constexpr uint64_t stepElements = 32;
-// Whole steps of the text that need no escape, in elements.
+// Steps that need no escape, in elements.
 uint64_t cleanLength(const char* text, uint64_t byteCount);
 uint64_t cleanLength(const VQChar* text, uint64_t elementCount);
-// The same, copied as it goes; the target may lie in front of the source in the same block.
+// The same, copied as it goes; a target of bytes may lie in front of the source in the same block.
 uint64_t copyClean(const char* text, uint64_t byteCount, char* target);
-// Whole steps without '%' and '+', moved likewise.
+uint64_t copyClean(const char* text, uint64_t byteCount, VQChar* target);
+// Adds all whole steps to the measure, each byte judged by itself, and answers their bytes. The bits of
+// `reached` are the places behind them that a sequence may still reach.
+uint64_t measure(const char* text, uint64_t byteCount, Measure* sum, uint32_t* reached);
+// Moves text up to a '%' or '+', or to less than a step in front of the end, and answers its length. A target
+// that lies less than a step in front of the source gets whole steps alone.
 uint64_t moveUnescaped(const char* text, uint64_t byteCount, char* target);
-// Bytes to be escaped in the leading whole steps that are all ASCII, whose bytes are added to `stepped`.
-uint64_t countAscii(const char* text, uint64_t byteCount, uint64_t* stepped);
 }  // namespace vector
 
 }  // namespace vq::url

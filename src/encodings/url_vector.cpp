@@ -27,6 +27,12 @@ VQ_TARGET_AVX2 inline uint32_t unescapedBits(__m256i bytes) {
       _mm256_movemask_epi8(_mm256_or_si256(_mm256_or_si256(letters, digits), stops)));
 }
 
+// A bit for each byte from `first` on, unsigned.
+VQ_TARGET_AVX2 inline uint32_t bitsFrom(__m256i bytes, uint8_t first) {
+  const __m256i least = _mm256_set1_epi8(static_cast<char>(first));
+  return static_cast<uint32_t>(_mm256_movemask_epi8(_mm256_cmpeq_epi8(_mm256_max_epu8(bytes, least), bytes)));
+}
+
 constexpr uint32_t all = UINT32_MAX;
 
 }  // namespace
@@ -61,27 +67,55 @@ VQ_TARGET_AVX2 uint64_t copyClean(const char* text, uint64_t byteCount, char* ta
   return at;
 }
 
+VQ_TARGET_AVX2 uint64_t copyClean(const char* text, uint64_t byteCount, VQChar* target) {
+  uint64_t at = 0;
+  for (; byteCount - at >= stepElements; at += stepElements) {
+    if (unescapedBits(load32(text + at)) != all) break;
+    for (uint64_t i = at; i < at + stepElements; i += 8) {
+      const __m128i bytes = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(text + i));
+      _mm256_storeu_si256(reinterpret_cast<__m256i*>(target + i), _mm256_cvtepu8_epi32(bytes));
+    }
+  }
+  return at;
+}
+
+VQ_TARGET_AVX2 uint64_t measure(const char* text, uint64_t byteCount, Measure* sum, uint32_t* reached) {
+  uint64_t at = 0;
+  uint32_t conflicts = 0;
+  for (; byteCount - at >= stepElements; at += stepElements) {
+    const __m256i bytes = load32(text + at);
+    const uint32_t clean = unescapedBits(bytes);
+    sum->escapedBytes += static_cast<uint64_t>(__builtin_popcount(~clean));
+    conflicts |= clean & *reached;
+    *reached = 0;
+    if (_mm256_movemask_epi8(bytes) == 0) continue;
+    // A byte from 0xC0 on reaches one place further, from 0xE0 two, from 0xF0, 0xF8 and 0xFC more. That some
+    // of these bytes may stand inside a sequence themselves makes the reach too large, never too small.
+    const uint64_t reach = static_cast<uint64_t>(bitsFrom(bytes, 0xC0)) << 1 |
+                           static_cast<uint64_t>(bitsFrom(bytes, 0xE0)) << 2 |
+                           static_cast<uint64_t>(bitsFrom(bytes, 0xF0)) << 3 |
+                           static_cast<uint64_t>(bitsFrom(bytes, 0xF8)) << 4 |
+                           static_cast<uint64_t>(bitsFrom(bytes, 0xFC)) << 5;
+    conflicts |= clean & static_cast<uint32_t>(reach);
+    *reached = static_cast<uint32_t>(reach >> 32);
+  }
+  if (conflicts != 0) sum->isRegular = false;
+  return at;
+}
+
 VQ_TARGET_AVX2 uint64_t moveUnescaped(const char* text, uint64_t byteCount, char* target) {
   uint64_t at = 0;
   for (; byteCount - at >= stepElements; at += stepElements) {
     const __m256i bytes = load32(text + at);
     const __m256i special = _mm256_or_si256(_mm256_cmpeq_epi8(bytes, _mm256_set1_epi8('%')),
                                             _mm256_cmpeq_epi8(bytes, _mm256_set1_epi8('+')));
-    if (!_mm256_testz_si256(special, special)) break;
+    const auto bits = static_cast<uint32_t>(_mm256_movemask_epi8(special));
+    // A part of a step is stored as a whole one, which must not reach into the source behind it.
+    if (bits != 0 && text - target < static_cast<int64_t>(stepElements)) break;
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(target + at), bytes);
+    if (bits != 0) return at + static_cast<uint64_t>(__builtin_ctz(bits));
   }
   return at;
-}
-
-VQ_TARGET_AVX2 uint64_t countAscii(const char* text, uint64_t byteCount, uint64_t* stepped) {
-  uint64_t at = 0, escaped = 0;
-  for (; byteCount - at >= stepElements; at += stepElements) {
-    const __m256i bytes = load32(text + at);
-    if (_mm256_movemask_epi8(bytes) != 0) break;
-    escaped += stepElements - static_cast<uint64_t>(__builtin_popcount(unescapedBits(bytes)));
-  }
-  *stepped += at;
-  return escaped;
 }
 
 }  // namespace vq::url::vector

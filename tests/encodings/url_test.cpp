@@ -228,10 +228,11 @@ TEST_F(UrlEscapes, BrokenUtf8IsEscapedWithinTheText) {
       text.append(random() % 40, 'b');
       const std::string expected = naiveEscaped(text);
       const test::GuardedBuffer<char> source{std::span<const char>(text)};
-      ASSERT_EQ(vq::url::escapedLength(source.data(), text.size()), expected.size());
+      const vq::url::Measure measure = vq::url::measure(source.data(), text.size());
+      ASSERT_EQ(measure.length(text.size()), expected.size());
       for (const test::Edge edge : {test::Edge::behind, test::Edge::before}) {
         const test::GuardedBuffer<char> target(expected.size(), edge);
-        vq::url::escape(source.data(), text.size(), target.data(), target.size());
+        vq::url::escape(source.data(), text.size(), measure.isRegular, target.data(), target.size());
         ASSERT_EQ(std::string(target.begin(), target.end()), expected);
       }
       for (const Form form : forms) ASSERT_EQ(encoded(text, form), expected);
