@@ -10,15 +10,12 @@
 
 namespace {
 
-<<<<<<< HEAD
-constexpr auto families = {vqs::addCheck,   vqs::addSummaryCommand, vqs::addFind,
-                           vqs::addReplace, vqs::addTrim,           vqs::addTokens,
-                           vqs::addCompare, vqs::addConvert,        vqs::addEncodings};
-=======
-constexpr auto families = {vqs::addCheck,     vqs::addConvert, vqs::addSummaryCommand,
-                           vqs::addEncodings, vqs::addUrl,     vqs::addBase64,
-                           vqs::addName};
->>>>>>> refs/heads/encodings
+// One a line and in the order of --help, so that a new family is a new line.
+constexpr auto families = {
+    vqs::addCheck,  //
+    vqs::addSummaryCommand, vqs::addFind, vqs::addReplace, vqs::addTrim, vqs::addTokens,    vqs::addCompare,
+    vqs::addConvert,        vqs::addUrl,  vqs::addBase64,  vqs::addName, vqs::addEncodings,
+};
 
 const char* const introduction =
     "Checks, converts and rewrites text by way of the vqstring service.\n"
