@@ -8,7 +8,7 @@
 
 namespace {
 
-using cli_test::Run;
+using cli_test::Outcome;
 using cli_test::runShell;
 using cli_test::runTool;
 using cli_test::ScratchFile;
@@ -79,9 +79,9 @@ TEST(Check, TellsTheReasonInWords) {
 }
 
 TEST(Check, FindingsAreLinesForPeople) {
-  const Run run = runTool(check({"--max-length", "5"}),
-                          "fine\nab\xff\x0a"
-                          "too long\n");
+  const Outcome run = runTool(check({"--max-length", "5"}),
+                              "fine\nab\xff\x0a"
+                              "too long\n");
   EXPECT_EQ(run.exitCode, 1);
   EXPECT_THAT(run.out,
               testing::StartsWith("-:2: byte 5: ill-formed UTF-8 at byte 7: ab\\xff\n"
@@ -91,17 +91,17 @@ TEST(Check, FindingsAreLinesForPeople) {
 }
 
 TEST(Check, TextIsSafeForATerminal) {
-  const Run run = runTool(check({"--print", "all"}),
-                          "\x1b[31m\t\\\xc2\x9b\xe2\x80\xae"
-                          "\xef\xbb\xbf\xf3\xa0\x80\xa0 \xf0\x9f\x98\x80\xc3\xa9\n");
+  const Outcome run = runTool(check({"--print", "all"}),
+                              "\x1b[31m\t\\\xc2\x9b\xe2\x80\xae"
+                              "\xef\xbb\xbf\xf3\xa0\x80\xa0 \xf0\x9f\x98\x80\xc3\xa9\n");
   EXPECT_THAT(run.out, HasSubstr("accepted: \\u{1b}[31m\\t\\\\\\u{9b}\\u{202e}\\u{feff}\\u{e0020} "
                                  "\xf0\x9f\x98\x80\xc3\xa9\n"));
-  const Run missing = runTool(check({"/no/\x1b[2J"}));
+  const Outcome missing = runTool(check({"/no/\x1b[2J"}));
   EXPECT_THAT(missing.err, HasSubstr("/no/\\u{1b}[2J"));
 }
 
 TEST(Check, TablesKeepOneRowARecord) {
-  const Run run =
+  const Outcome run =
       runTool(check({"-0", "--print", "all", "--format", "tsv"}), std::string("a\tb\nc\\\0<script>", 15));
   EXPECT_EQ(
       run.out,
@@ -116,19 +116,19 @@ TEST(Check, PrintChoosesWhatIsListed) {
     const char* out;
   } cases[] = {{"rejected", "<script>\n"}, {"accepted", "fine\n"}, {"all", "fine\n<script>\n"}, {"none", ""}};
   for (const auto& [print, out] : cases) {
-    const Run run = runShell(
+    const Outcome run = runShell(
         "$VQS check --format tsv --print " + std::string(print) + " 2>/dev/null | tail -n +2 | cut -f7",
         "fine\n<script>\n");
     EXPECT_EQ(run.out, out);
   }
-  const Run quiet = runTool(check({"--quiet"}), "<script>\n");
+  const Outcome quiet = runTool(check({"--quiet"}), "<script>\n");
   EXPECT_EQ(quiet.exitCode, 1);
   EXPECT_EQ(quiet.out + quiet.err, "");
 }
 
 TEST(Check, EmptyInputPrintsNothing) {
   for (const char* format : {"text", "tsv", "json"}) {
-    const Run run = runTool(check({"--format", format, "--print", "all"}));
+    const Outcome run = runTool(check({"--format", format, "--print", "all"}));
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.out + run.err, "") << format;
   }
@@ -136,7 +136,7 @@ TEST(Check, EmptyInputPrintsNothing) {
 
 TEST(Check, AnswersWhileThePipeIsStillOpen) {
   // The writer waits for the answer to its first line; a tool that waits for the end would wait for ever.
-  const Run run = runShell(
+  const Outcome run = runShell(
       "folder=$(mktemp -d); mkfifo $folder/gate; "
       "{ echo '<script>'; timeout 20 cat $folder/gate; } | $VQS check |"
       "{ read -r line; echo \"got $line\"; timeout 20 sh -c \"echo more >$folder/gate\"; cat >/dev/null; }; "

@@ -6,13 +6,13 @@
 
 namespace {
 
-using cli_test::Run;
+using cli_test::Outcome;
 using cli_test::runTool;
 using cli_test::ScratchFile;
 using namespace std::string_literals;
 
-Run convert(const std::string& from, const std::string& to, const std::string& onError,
-            const std::string& input) {
+Outcome convert(const std::string& from, const std::string& to, const std::string& onError,
+                const std::string& input) {
   return runTool({"convert", "--from", from, "--to", to, "--on-error", onError}, input);
 }
 
@@ -42,7 +42,7 @@ TEST(Convert, WritesTheTargetAndTellsTheFirstFault) {
        "-:2: byte 3: ill-formed Shift_JIS"},
   };
   for (const auto& [from, to, onError, input, out, message] : cases) {
-    const Run run = convert(from, to, onError, input);
+    const Outcome run = convert(from, to, onError, input);
     EXPECT_EQ(run.exitCode, message.empty() ? 0 : 1) << from << input;
     EXPECT_EQ(run.out, out) << from << input;
     EXPECT_THAT(run.err, testing::HasSubstr(message)) << from << input;
@@ -56,7 +56,7 @@ TEST(Convert, CharactersAcrossPiecesStayWhole) {
     for (int count = 0; count < 40; ++count) text += "\xe6\x9d\xb1";
     text += '\n';
   }
-  const Run there = convert("UTF-8", "UTF-16BE", "stop", text);
+  const Outcome there = convert("UTF-8", "UTF-16BE", "stop", text);
   EXPECT_EQ(there.exitCode, 0);
   EXPECT_EQ(there.out.size(), 2u + 3000 * 82);
   EXPECT_TRUE(convert("UTF-16BE", "UTF-8", "stop", there.out).out == text);
@@ -68,7 +68,7 @@ TEST(Convert, CharactersAcrossPiecesStayWhole) {
     while ((broken[lead] & 0xc0) == 0x80 || broken[lead] == '\n') --lead;
     broken.erase(lead + 1, 1);
     const auto line = 1 + std::count(broken.begin(), broken.begin() + static_cast<ptrdiff_t>(lead), '\n');
-    const Run run = convert("UTF-8", "UTF-16BE", "stop", broken);
+    const Outcome run = convert("UTF-8", "UTF-16BE", "stop", broken);
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_THAT(run.err, testing::HasSubstr("-:" + std::to_string(line) + ": byte " + std::to_string(lead) +
                                             ": ill-formed UTF-8: e6"));
@@ -78,8 +78,8 @@ TEST(Convert, CharactersAcrossPiecesStayWhole) {
 TEST(Convert, EachFileBeginsAfresh) {
   const ScratchFile first("a\xe2\x82"), second("b\n\xff");
   const ScratchFile target;
-  const Run run = runTool({"convert", "-f", "UTF-8", "-t", "UTF-8", "--on-error", "skip", "-o", target.path(),
-                           first.path(), second.path()});
+  const Outcome run = runTool({"convert", "-f", "UTF-8", "-t", "UTF-8", "--on-error", "skip", "-o",
+                               target.path(), first.path(), second.path()});
   EXPECT_EQ(run.out, "");
   EXPECT_EQ(target.contents(), "ab\n");
   EXPECT_THAT(run.err, testing::HasSubstr(first.path() + ":1: byte 1: incomplete"));

@@ -9,7 +9,7 @@
 
 namespace {
 
-using cli_test::Run;
+using cli_test::Outcome;
 using cli_test::runShell;
 using cli_test::runTool;
 using cli_test::ScratchFile;
@@ -92,12 +92,13 @@ TEST(Records, BlocksAndThreadsDoNotShow) {
   expected += second.path() + "\t1\t0\tx\n" + second.path() + "\t2\t2\t<script>\n";
   const std::string files = first.path() + " " + second.path();
   for (const char* how : {"--jobs 1", "--jobs 4", "--jobs 2 --unit bytes"}) {
-    const Run run = runShell("$VQS check --format tsv --print all " + std::string(how) + " " + files +
-                             " 2>/dev/null | tail -n +2 | cut -f1-3,7");
+    const Outcome run = runShell("$VQS check --format tsv --print all " + std::string(how) + " " + files +
+                                 " 2>/dev/null | tail -n +2 | cut -f1-3,7");
     EXPECT_TRUE(run.out == expected) << how;
   }
-  const Run piped = runShell("cat " + first.path() + " | $VQS check --format tsv --print all --jobs 3 - " +
-                             second.path() + " 2>/dev/null | tail -n +2 | cut -f2-3,7");
+  const Outcome piped =
+      runShell("cat " + first.path() + " | $VQS check --format tsv --print all --jobs 3 - " + second.path() +
+               " 2>/dev/null | tail -n +2 | cut -f2-3,7");
   EXPECT_EQ(std::ranges::count(piped.out, '\n'), std::ranges::count(expected, '\n'));
 }
 

@@ -15,7 +15,7 @@ namespace cli_test {
 namespace {
 
 // Standard streams are files, so nothing can wait for anything.
-Run run(std::vector<std::string> arguments, const std::string& input) {
+Outcome run(std::vector<std::string> arguments, const std::string& input) {
   const ScratchFile in(input), out, err;
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
@@ -38,12 +38,12 @@ Run run(std::vector<std::string> arguments, const std::string& input) {
 
 }  // namespace
 
-Run runTool(std::vector<std::string> arguments, const std::string& input) {
+Outcome runTool(std::vector<std::string> arguments, const std::string& input) {
   arguments.insert(arguments.begin(), VQS_PROGRAM);
   return run(std::move(arguments), input);
 }
 
-Run runShell(const std::string& script, const std::string& input) {
+Outcome runShell(const std::string& script, const std::string& input) {
   return run({"/bin/sh", "-c", "VQS='" VQS_PROGRAM "'; " + script}, input);
 }
 

@@ -6,7 +6,7 @@
 
 namespace cli_test {
 
-struct Run {
+struct Outcome {
   int exitCode;
   std::string out;
   std::string err;
@@ -14,9 +14,9 @@ struct Run {
   long peakKib;
 };
 
-Run runTool(std::vector<std::string> arguments, const std::string& input = "");
+Outcome runTool(std::vector<std::string> arguments, const std::string& input = "");
 // `script` finds the tool as $VQS.
-Run runShell(const std::string& script, const std::string& input = "");
+Outcome runShell(const std::string& script, const std::string& input = "");
 
 // A file that goes with the test.
 class ScratchFile {

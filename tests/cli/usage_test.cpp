@@ -6,7 +6,7 @@
 
 namespace {
 
-using cli_test::Run;
+using cli_test::Outcome;
 using cli_test::runShell;
 using cli_test::runTool;
 using cli_test::ScratchFile;
@@ -19,7 +19,7 @@ TEST(Usage, WrongArgumentsEndWithTwo) {
     const char* message;
   } cases[] = {
       {{}, "subcommand is required"},
-      {{"frobnicate"}, "frobnicate"},
+      {{"frobnicate"}, "no command is called \"frobnicate\""},
       {{"check", "--bogus"}, "--bogus"},
       {{"check", "--min-length", "-1"}, "no count"},
       {{"check", "--max-length", "18446744073709551616"}, "no count"},
@@ -35,7 +35,7 @@ TEST(Usage, WrongArgumentsEndWithTwo) {
       {{"summary", "/dev/null"}, "not a summary"},
   };
   for (const auto& [arguments, message] : cases) {
-    const Run run = runTool(arguments, "value\n");
+    const Outcome run = runTool(arguments, "value\n");
     EXPECT_EQ(run.exitCode, 2) << message;
     EXPECT_EQ(run.out, "");
     EXPECT_THAT(run.err, HasSubstr(message));
@@ -62,7 +62,7 @@ TEST(Usage, InputAndOutputErrorsEndWithThree) {
       {"$VQS convert -f UTF-8 -t UTF-16LE /no/such/file", "/no/such/file: No such file"},
   };
   for (const auto& [script, message] : cases) {
-    const Run run = runShell(script, "value\n");
+    const Outcome run = runShell(script, "value\n");
     EXPECT_EQ(run.exitCode, 3) << script;
     EXPECT_THAT(run.err, HasSubstr(message)) << script;
   }
@@ -70,13 +70,13 @@ TEST(Usage, InputAndOutputErrorsEndWithThree) {
 
 TEST(Usage, WhatWasFoundBeforeAMissingFileIsWritten) {
   const ScratchFile bad("<script>\n");
-  const Run run = runTool({"check", bad.path(), "/no/such/file"});
+  const Outcome run = runTool({"check", bad.path(), "/no/such/file"});
   EXPECT_EQ(run.exitCode, 3);
   EXPECT_THAT(run.out, HasSubstr("forbidden pattern"));
 }
 
 TEST(Usage, AReaderThatGoesAwayIsNoFault) {
-  const Run run = runShell("yes '<script>' | head -n 200000 | $VQS check | head -n 1");
+  const Outcome run = runShell("yes '<script>' | head -n 200000 | $VQS check | head -n 1");
   EXPECT_EQ(run.exitCode, 0);
   EXPECT_THAT(run.out, HasSubstr("-:1: byte 0:"));
   EXPECT_EQ(run.err, "");
