@@ -12,23 +12,30 @@ namespace {
 
 __extension__ using DoubleWord = unsigned __int128;
 
-// Multiply and fold, eight bytes a step: patterns are short, and every making of an engine hashes one.
-uint64_t hashOf(const char* bytes, size_t byteCount, uint64_t seed) noexcept {
+uint64_t mixed(uint64_t hash, uint64_t word) noexcept {
   constexpr uint64_t odd = 0x9E3779B97F4A7C15;
-  uint64_t hash = seed ^ (byteCount * odd);
-  const auto mix = [&](uint64_t word) {
-    const DoubleWord product = static_cast<DoubleWord>(hash ^ word) * odd;
-    hash = static_cast<uint64_t>(product) ^ static_cast<uint64_t>(product >> 64);
-  };
-  uint64_t word = 0;
-  for (; byteCount >= 8; bytes += 8, byteCount -= 8) {
-    std::memcpy(&word, bytes, 8);
-    mix(word);
+  const DoubleWord product = static_cast<DoubleWord>(hash ^ word) * odd;
+  return static_cast<uint64_t>(product) ^ static_cast<uint64_t>(product >> 64);
+}
+
+// Multiply and fold, in two lanes of eight bytes: patterns are short, and every making of an engine hashes
+// one.
+uint64_t hashOf(const char* bytes, size_t byteCount, uint64_t seed) noexcept {
+  uint64_t first = seed ^ byteCount;
+  uint64_t second = ~first;
+  uint64_t words[2];
+  for (; byteCount >= sizeof(words); bytes += sizeof(words), byteCount -= sizeof(words)) {
+    std::memcpy(words, bytes, sizeof(words));
+    first = mixed(first, words[0]);
+    second = mixed(second, words[1]);
   }
-  word = 0;
-  if (byteCount != 0) std::memcpy(&word, bytes, byteCount);
-  mix(word);
-  return hash;
+  if (byteCount != 0) {
+    words[0] = words[1] = 0;
+    std::memcpy(words, bytes, byteCount);
+    first = mixed(first, words[0]);
+    second = mixed(second, words[1]);
+  }
+  return mixed(first, second);
 }
 
 VQStatus toUtf16(uint32_t encoding, std::string_view bytes, std::u16string& out) {
