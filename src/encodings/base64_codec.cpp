@@ -16,21 +16,32 @@ void portable::encodeGroups(const Alphabet& alphabet, const uint8_t* bytes, uint
 void encodeGroups(const Alphabet& alphabet, const uint8_t* bytes, uint64_t groupCount, char* target) {
   if (groupCount < vector::vectorGroups || !cpu::hasAvx2()) {
     portable::encodeGroups(alphabet, bytes, groupCount, target);
+  } else if (cpu::hasAvx512()) {
+    wide_vector::encodeGroups(alphabet, bytes, groupCount, target);
   } else {
     vector::encodeGroups(alphabet, bytes, groupCount, target);
   }
 }
 
+namespace {
+
+template <class Element>
+uint64_t decode(const Alphabet& alphabet, const Element* text, uint64_t groupCount, uint8_t* target) {
+  if (groupCount < vector::vectorGroups || !cpu::hasAvx2()) {
+    return portable::decodeGroups(alphabet, text, groupCount, target);
+  }
+  return cpu::hasAvx512() ? wide_vector::decodeGroups(alphabet, text, groupCount, target)
+                          : vector::decodeGroups(alphabet, text, groupCount, target);
+}
+
+}  // namespace
+
 uint64_t decodeGroups(const Alphabet& alphabet, const char* text, uint64_t groupCount, uint8_t* target) {
-  return groupCount < vector::vectorGroups || !cpu::hasAvx2()
-             ? portable::decodeGroups(alphabet, text, groupCount, target)
-             : vector::decodeGroups(alphabet, text, groupCount, target);
+  return decode(alphabet, text, groupCount, target);
 }
 
 uint64_t decodeGroups(const Alphabet& alphabet, const VQChar* text, uint64_t groupCount, uint8_t* target) {
-  return groupCount < vector::vectorGroups || !cpu::hasAvx2()
-             ? portable::decodeGroups(alphabet, text, groupCount, target)
-             : vector::decodeGroups(alphabet, text, groupCount, target);
+  return decode(alphabet, text, groupCount, target);
 }
 
 }  // namespace vq::base64

@@ -20,8 +20,8 @@ inline constexpr uint8_t invalid = 0xFF;
 
 // A character's value, or `invalid`, by the byte; and what the vector forms look up by nibble.
 struct Alphabet {
-  std::array<char, 64> characters{};
-  std::array<uint8_t, 256> values{};
+  alignas(64) std::array<char, 64> characters{};
+  alignas(64) std::array<uint8_t, 256> values{};
 
   // Encoding: values 0 to 51 fall into two ranges and the rest are looked up singly: value + shift[range] is
   // the character, where range is 0 for 0 to 25, 1 for 26 to 51, and value - 50 above.
@@ -112,6 +112,14 @@ uint64_t decodeGroups(const Alphabet& alphabet, const Element* text, uint64_t gr
   return groupCount;
 }
 }  // namespace portable
+
+// For processors with AVX-512 and its byte permutations. All groups, as above.
+namespace wide_vector {
+inline constexpr uint64_t vectorGroups = 16;
+void encodeGroups(const Alphabet& alphabet, const uint8_t* bytes, uint64_t groupCount, char* target);
+uint64_t decodeGroups(const Alphabet& alphabet, const char* text, uint64_t groupCount, uint8_t* target);
+uint64_t decodeGroups(const Alphabet& alphabet, const VQChar* text, uint64_t groupCount, uint8_t* target);
+}  // namespace wide_vector
 
 // For processors with AVX2.
 namespace vector {
