@@ -12,9 +12,18 @@ namespace {
 
 // One a line and in the order of --help, so that a new family is a new line.
 constexpr auto families = {
-    vqs::addCheck,  //
-    vqs::addSummaryCommand, vqs::addFind, vqs::addReplace, vqs::addTrim, vqs::addTokens,    vqs::addCompare,
-    vqs::addConvert,        vqs::addUrl,  vqs::addBase64,  vqs::addName, vqs::addEncodings,
+    vqs::addCheck,           //
+    vqs::addSummaryCommand,  //
+    vqs::addFind,            //
+    vqs::addReplace,         //
+    vqs::addTrim,            //
+    vqs::addTokens,          //
+    vqs::addCompare,         //
+    vqs::addConvert,         //
+    vqs::addUrl,             //
+    vqs::addBase64,          //
+    vqs::addName,            //
+    vqs::addEncodings,       //
 };
 
 const char* const introduction =
@@ -37,7 +46,8 @@ std::string versionText() {
 
 int run(CLI::App& app, vqs::Session& session, int argc, char** argv) {
   try {
-    if (argc > 1 && argv[1][0] != '-' && !app.get_subcommand_no_throw(argv[1]))
+    const auto isCalled = [argv](const CLI::App* command) { return command->check_name(argv[1]); };
+    if (argc > 1 && argv[1][0] != '-' && app.get_subcommands(isCalled).empty())
       throw vqs::UsageFailure("no command is called \"" + std::string(argv[1]) + "\"; vqs --help lists them");
     app.parse(argc, argv);
     session.out.flush();
