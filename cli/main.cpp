@@ -12,9 +12,18 @@ namespace {
 
 // One a line and in the order of --help, so that a new family is a new line.
 constexpr auto families = {
-    vqs::addCheck,  //
-    vqs::addSummaryCommand, vqs::addFind, vqs::addReplace, vqs::addTrim, vqs::addTokens,    vqs::addCompare,
-    vqs::addConvert,        vqs::addUrl,  vqs::addBase64,  vqs::addName, vqs::addEncodings,
+    vqs::addCheck,           //
+    vqs::addSummaryCommand,  //
+    vqs::addFind,            //
+    vqs::addReplace,         //
+    vqs::addTrim,            //
+    vqs::addTokens,          //
+    vqs::addCompare,         //
+    vqs::addConvert,         //
+    vqs::addUrl,             //
+    vqs::addBase64,          //
+    vqs::addName,            //
+    vqs::addEncodings,       //
 };
 
 const char* const introduction =
