@@ -10,9 +10,9 @@
 
 namespace {
 
-constexpr auto families = {vqs::addCheck,   vqs::addSummaryCommand, vqs::addFind,
-                           vqs::addReplace, vqs::addTrim,           vqs::addTokens,
-                           vqs::addCompare, vqs::addConvert,        vqs::addEncodings};
+constexpr auto families = {vqs::addCheck,     vqs::addSummaryCommand, vqs::addFind,    vqs::addReplace,
+                           vqs::addTrim,      vqs::addTokens,         vqs::addCompare, vqs::addConvert,
+                           vqs::addEncodings, vqs::addRender,         vqs::addFormat,  vqs::addStatus};
 
 const char* const introduction =
     "Checks, converts and rewrites text by way of the vqstring service.\n"
