@@ -23,6 +23,9 @@ constexpr auto families = {
     vqs::addUrl,             //
     vqs::addBase64,          //
     vqs::addName,            //
+    vqs::addRender,          //
+    vqs::addFormat,          //
+    vqs::addStatus,          //
     vqs::addEncodings,       //
 };
 
