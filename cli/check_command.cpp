@@ -9,8 +9,8 @@
 
 #include <CLI/CLI.hpp>
 
-#include "choice_option.hpp"
 #include "encoding_option.hpp"
+#include "options.hpp"
 #include "ordered_work.hpp"
 #include "progress.hpp"
 #include "report.hpp"
@@ -193,11 +193,9 @@ void addConstraintOptions(CLI::App& command, ConstraintOptions& options) {
   const auto addList = [&](const char* name, std::vector<std::string>& list, const char* help) {
     return command.add_option(name, list, help)->allow_extra_args(false)->group("What is allowed");
   };
-  command.add_option("--min-length", options.minLength, "The least length that passes")
-      ->type_name("N")
+  addCount(command, "--min-length", options.minLength, "The least length that passes")
       ->group("What is allowed");
-  command.add_option("--max-length", options.maxLength, "The greatest length that passes")
-      ->type_name("N")
+  addCount(command, "--max-length", options.maxLength, "The greatest length that passes")
       ->group("What is allowed");
   addChoice(command, "--unit", options.unit, {{"characters", Unit::Characters}, {"bytes", Unit::Bytes}},
             "What lengths count: characters (default), or bytes of the value in UTF-8")
@@ -217,7 +215,7 @@ void addConstraintOptions(CLI::App& command, ConstraintOptions& options) {
 }
 
 void addInputOptions(CLI::App& command, CheckOptions& options) {
-  command.add_option("FILE", options.files, "Files to read; none or -: standard input")->type_name("");
+  addFiles(command, options.files);
   command.add_option("--encoding", options.encodingName, "Of the input; vqs encodings lists the names")
       ->type_name("NAME")
       ->group("Input");

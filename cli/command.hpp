@@ -47,10 +47,15 @@ struct OutputClosed {};
 
 void addBase64(CLI::App& app, Session& session);
 void addCheck(CLI::App& app, Session& session);
+void addCompare(CLI::App& app, Session& session);
 void addConvert(CLI::App& app, Session& session);
 void addEncodings(CLI::App& app, Session& session);
+void addFind(CLI::App& app, Session& session);
 void addName(CLI::App& app, Session& session);
+void addReplace(CLI::App& app, Session& session);
 void addSummaryCommand(CLI::App& app, Session& session);
+void addTokens(CLI::App& app, Session& session);
+void addTrim(CLI::App& app, Session& session);
 void addUrl(CLI::App& app, Session& session);
 
 }  // namespace vqs

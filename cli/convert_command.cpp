@@ -12,9 +12,9 @@
 
 #include <CLI/CLI.hpp>
 
-#include "choice_option.hpp"
 #include "encoding_option.hpp"
 #include "escape.hpp"
+#include "options.hpp"
 #include "progress.hpp"
 #include "record_source.hpp"
 #include "session.hpp"
@@ -252,7 +252,7 @@ void addConvert(CLI::App& app, Session& session) {
   CLI::App* command = app.add_subcommand("convert", "Convert files from one encoding to another");
   command->description(explanation);
   command->footer(examples);
-  command->add_option("FILE", options->files, "Files to read; none or -: standard input")->type_name("");
+  addFiles(*command, options->files);
   command->add_option("-f,--from", options->from, "Encoding of the input; vqs encodings lists the names")
       ->type_name("NAME")
       ->required();

@@ -10,9 +10,12 @@
 
 namespace {
 
-constexpr auto families = {vqs::addCheck,     vqs::addConvert, vqs::addSummaryCommand,
-                           vqs::addEncodings, vqs::addUrl,     vqs::addBase64,
-                           vqs::addName};
+// One a line and in the order of --help, so that a new family is a new line.
+constexpr auto families = {
+    vqs::addCheck,  //
+    vqs::addSummaryCommand, vqs::addFind, vqs::addReplace, vqs::addTrim, vqs::addTokens,    vqs::addCompare,
+    vqs::addConvert,        vqs::addUrl,  vqs::addBase64,  vqs::addName, vqs::addEncodings,
+};
 
 const char* const introduction =
     "Checks, converts and rewrites text by way of the vqstring service.\n"
@@ -34,6 +37,8 @@ std::string versionText() {
 
 int run(CLI::App& app, vqs::Session& session, int argc, char** argv) {
   try {
+    if (argc > 1 && argv[1][0] != '-' && !app.get_subcommand_no_throw(argv[1]))
+      throw vqs::UsageFailure("no command is called \"" + std::string(argv[1]) + "\"; vqs --help lists them");
     app.parse(argc, argv);
     session.out.flush();
     return session.exitCode;

@@ -32,7 +32,10 @@ constexpr Row rows[] = {
     {24, 2, "UTF-32LE", "UTF-32LE", {}},
     {25, 2, "UTF-7", "UTF-7", {}},
     {26, 1, "CESU-8", "CESU-8", {}},
-    {27, 2, "wide", nullptr, {"UTF-32", "UCS-4", "WCHAR_T"}},
+    {27, 2, "wide", nullptr, {"WCHAR_T"}},
+    // With a byte order mark, read in either order and written in the machine's.
+    {28, 2, "UTF-16", "UTF-16", {}},
+    {29, 2, "UTF-32", "UTF-32", {}},
     // ISO 8859.
     {31, 0, "ISO-8859-1", "ISO-8859-1", {"Latin-1", "L1"}},
     {32, 0, "ISO-8859-2", "ISO-8859-2", {"Latin-2", "L2"}},

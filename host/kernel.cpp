@@ -56,8 +56,10 @@ Settings settingsFrom(const VQHostOptions* options) {
                 std::min<uint64_t>(options->size, sizeof(given)), reinterpret_cast<unsigned char*>(&given));
   }
   Settings settings;
-  if (given.regexTimeLimit != 0) settings.regexTimeLimit = given.regexTimeLimit;
-  if (given.regexStackLimit != 0) settings.regexStackLimit = given.regexStackLimit;
+  // ICU takes both as signed numbers.
+  constexpr uint32_t largest = INT32_MAX;
+  if (given.regexTimeLimit != 0) settings.regexTimeLimit = std::min(given.regexTimeLimit, largest);
+  if (given.regexStackLimit != 0) settings.regexStackLimit = std::min(given.regexStackLimit, largest);
   if (given.regexCacheEntries != 0) settings.regexCacheEntries = given.regexCacheEntries;
   if (given.localeName != nullptr) settings.localeName = given.localeName;
   return settings;

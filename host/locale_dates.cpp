@@ -34,7 +34,7 @@ VQStatus show(VQLocale* self, Locale::DateForm form, uint32_t options, double mi
   icu::UnicodeString text(units, 0, stackUnits);
   icu::FieldPosition nowhere(icu::FieldPosition::DONT_CARE);
   formatter->format->format(*formatter->calendar, text, nowhere);
-  return deliver(text, buffer, capacity, length);
+  return deliver(text, 0, buffer, capacity, length);
 }
 
 template <class Element>

@@ -67,18 +67,24 @@ Locale::NumberForm formOf(uint64_t options) {
   return (options & VQHOST_NUMBER_NO_GROUPING) != 0 ? Locale::plain : Locale::grouped;
 }
 
-void align(icu::UnicodeString& text, uint64_t width, uint64_t options) {
-  if ((options & VQHOST_NUMBER_ALIGN_RIGHT) == 0) return;
-  const int32_t count = text.countChar32();
-  // A width beyond any text's length asks for nothing that memory could hold.
-  const auto wanted = static_cast<int32_t>(std::min<uint64_t>(width, 1'000'000));
-  if (wanted > count) text.padLeading(text.length() + wanted - count, u' ');
+// Whether a text is longer than this many characters.
+bool isLonger(const icu::UnicodeString& text, uint64_t width) {
+  return static_cast<uint64_t>(text.length()) > width && static_cast<uint64_t>(text.countChar32()) > width;
 }
 
-// Whether the plain form of a number has so many digits that it need not be tried.
+// The blanks that the alignment puts in front.
+int64_t blanksFor(const icu::UnicodeString& text, uint64_t width, uint64_t options) {
+  if ((options & VQHOST_NUMBER_ALIGN_RIGHT) == 0) return 0;
+  const auto wanted = static_cast<int64_t>(std::min<uint64_t>(width, INT64_MAX));
+  return std::max<int64_t>(wanted - text.countChar32(), 0);
+}
+
+// Whether the plain form of a number is so much longer than the width that it need not be tried.
 bool isBeyond(double value, uint64_t width) {
   if (!std::isfinite(value) || value == 0) return false;
-  return std::fabs(std::log10(std::fabs(value))) > static_cast<double>(width);
+  const double digitsPerBit = 0.30103;
+  const double bits = std::abs(std::ilogb(value));
+  return bits * digitsPerBit > static_cast<double>(width) + 1;
 }
 
 template <class Element>
@@ -93,12 +99,11 @@ VQStatus formatDouble(VQLocale* self, uint64_t width, uint64_t digits, uint64_t 
   if (mayShorten && isBeyond(value, width)) form = Locale::scientific;
   StackText text;
   if (!write(locale, form, digitCount, value, *text)) return VQHOST_STATUS_ICU;
-  if (mayShorten && form != Locale::scientific && static_cast<uint64_t>(text->countChar32()) > width) {
+  if (mayShorten && form != Locale::scientific && isLonger(*text, width)) {
     text->remove();
     if (!write(locale, Locale::scientific, -1, value, *text)) return VQHOST_STATUS_ICU;
   }
-  align(*text, width, options);
-  return deliver(*text, buffer, capacity, length);
+  return deliver(*text, blanksFor(*text, width, options), buffer, capacity, length);
 }
 
 VQStatus formatWideDouble(VQLocale* self, uint64_t width, uint64_t digits, uint64_t options, VQChar* buffer,
@@ -129,8 +134,7 @@ VQStatus formatInteger(VQLocale* self, Integer value, uint32_t width, uint32_t o
           write(locale, form, -1, icu::StringPiece(decimal, static_cast<int32_t>(end - decimal)), *text);
     }
     if (!isWritten) return VQHOST_STATUS_ICU;
-    align(*text, width, options);
-    return deliver(*text, buffer, capacity, length);
+    return deliver(*text, blanksFor(*text, width, options), buffer, capacity, length);
   });
 }
 

@@ -9,10 +9,12 @@
 
 namespace vq::host {
 
-VQStatus deliver(const icu::UnicodeString& text, VQChar* buffer, int64_t capacity, int64_t* length) {
+VQStatus deliver(const icu::UnicodeString& text, int64_t blanks, VQChar* buffer, int64_t capacity,
+                 int64_t* length) {
   const char16_t* units = text.getBuffer();
   const int32_t unitCount = text.length();
-  int64_t count = 0;
+  std::fill_n(buffer, std::min(blanks, std::max<int64_t>(capacity, 0)), U' ');
+  int64_t count = blanks;
   for (int32_t i = 0; i < unitCount; ++count) {
     char32_t c = units[i++];
     if (U16_IS_LEAD(c) && i < unitCount && U16_IS_TRAIL(units[i])) {
@@ -25,14 +27,27 @@ VQStatus deliver(const icu::UnicodeString& text, VQChar* buffer, int64_t capacit
   return count <= capacity ? 0 : VQSTATUS_RETRY_LARGER;
 }
 
-VQStatus deliver(const icu::UnicodeString& text, char* buffer, int64_t capacity, int64_t* length) {
-  const auto room = static_cast<int32_t>(std::clamp<int64_t>(capacity, 0, INT32_MAX));
+VQStatus deliver(const icu::UnicodeString& text, int64_t blanks, char* buffer, int64_t capacity,
+                 int64_t* length) {
+  const char16_t* units = text.getBuffer();
+  const int32_t unitCount = text.length();
+  const int64_t blanksHere = std::clamp<int64_t>(blanks, 0, std::max<int64_t>(capacity, 0));
+  std::fill_n(buffer, blanksHere, ' ');
+  // Numbers of most places are ASCII.
+  char* next = buffer + blanksHere;
+  int32_t ascii = 0;
+  if (capacity - blanksHere >= unitCount) {
+    for (; ascii < unitCount && units[ascii] < 0x80; ++ascii) *next++ = static_cast<char>(units[ascii]);
+  }
   int32_t byteCount = 0;
-  UErrorCode status = U_ZERO_ERROR;
-  u_strToUTF8(buffer, room, &byteCount, text.getBuffer(), text.length(), &status);
-  if (U_FAILURE(status) && status != U_BUFFER_OVERFLOW_ERROR) return VQSTATUS_BAD_SEQUENCE;
-  *length = byteCount;
-  return byteCount <= capacity ? 0 : VQSTATUS_RETRY_LARGER;
+  if (ascii < unitCount) {
+    const int64_t room = std::clamp<int64_t>(capacity - blanksHere - ascii, 0, INT32_MAX);
+    UErrorCode status = U_ZERO_ERROR;
+    u_strToUTF8(next, static_cast<int32_t>(room), &byteCount, units + ascii, unitCount - ascii, &status);
+    if (U_FAILURE(status) && status != U_BUFFER_OVERFLOW_ERROR) return VQSTATUS_BAD_SEQUENCE;
+  }
+  *length = blanks + ascii + byteCount;
+  return *length <= capacity ? 0 : VQSTATUS_RETRY_LARGER;
 }
 
 icu::UnicodeString fromUtf8(const char* text, int64_t byteCount) {

@@ -2,7 +2,6 @@
 // belong to the pool and are handed from threads that end to threads that come.
 #include "host/pool.hpp"
 
-#include <bit>
 #include <cstdlib>
 #include <cstring>
 #include <unordered_map>
@@ -68,44 +67,6 @@ constexpr bool isWatched = false;
 
 constexpr size_t firstSlabBytes = 4 * 1024;
 constexpr size_t largestSlabBytes = 256 * 1024;
-// What a thread keeps of one class before it shares, in bytes and in blocks.
-constexpr size_t keptBytes = 64 * 1024;
-constexpr size_t keptBlocks = 8;
-
-constexpr size_t classOf(size_t byteCount) {
-  if (byteCount <= 256) return byteCount == 0 ? 0 : (byteCount - 1) / 16;
-  // The two bits below the highest one choose among four.
-  const auto shift = static_cast<size_t>(std::bit_width(byteCount - 1)) - 3;
-  return 16 + (shift - 6) * 4 + ((byteCount - 1) >> shift) - 4;
-}
-
-constexpr size_t bytesOf(size_t sizeClass) {
-  if (sizeClass < 16) return (sizeClass + 1) * 16;
-  const size_t step = sizeClass - 16;
-  return (step % 4 + 5) << (step / 4 + 6);
-}
-
-constexpr bool classesFit() {
-  for (size_t bytes = 0; bytes <= Pool::largestSmall; ++bytes) {
-    const size_t sizeClass = classOf(bytes);
-    if (sizeClass >= Pool::classCount || bytesOf(sizeClass) < bytes) return false;
-    if (sizeClass > 0 && bytesOf(sizeClass - 1) >= bytes && bytes > 0) return false;
-  }
-  return classOf(Pool::largestSmall) == Pool::classCount - 1;
-}
-
-struct SizeTable {
-  std::array<uint32_t, Pool::classCount> bytes{};
-  std::array<uint32_t, Pool::classCount> kept{};
-  constexpr SizeTable() {
-    for (size_t i = 0; i < Pool::classCount; ++i) {
-      bytes[i] = static_cast<uint32_t>(bytesOf(i));
-      kept[i] = static_cast<uint32_t>(std::max(keptBytes / bytesOf(i), keptBlocks));
-    }
-  }
-};
-constexpr SizeTable sizes;
-static_assert(bytesOf(classOf(Pool::largestSmall)) == Pool::largestSmall);
 
 // The pools that are alive, for threads that end.
 struct LivePools {
@@ -125,7 +86,8 @@ uint64_t nextPoolId() {
 
 }  // namespace
 
-// One thread's way to its caches. A pool whose place is taken by another one takes it over.
+// One thread's way to its caches. A pool that finds another one in its place retires that one's cache and
+// claims one of its own.
 struct Pool::ThreadTable {
   struct Entry {
     uint64_t poolId;
@@ -177,7 +139,6 @@ Pool::Pool(Kernel& owner, const char* poolName)
       name(poolName != nullptr ? poolName : ""),
       id_(nextPoolId()),
       nextSlabBytes_(firstSlabBytes) {
-  static_assert(classesFit());
   const std::lock_guard hold(livePools().mutex);
   livePools().byId.emplace(id_, this);
 }

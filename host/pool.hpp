@@ -17,6 +17,7 @@
 #include <mutex>
 
 #include "host/kernel.hpp"
+#include "host/size_classes.hpp"
 
 namespace vq::host {
 
@@ -39,10 +40,6 @@ struct Pool : VQPool {
   struct LargeBlock;
   struct ThreadCache;
   struct ThreadTable;
-
-  // Steps of 16 bytes up to 256, then four classes to every doubling.
-  static constexpr size_t classCount = 16 + 4 * 6;
-  static constexpr size_t largestSmall = 16 * 1024;
 
  private:
   friend struct ThreadTable;

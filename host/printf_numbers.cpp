@@ -182,6 +182,37 @@ void putNumber(WideOutput& out, const Conversion& conversion, NumberPieces piece
   if (padding != 0) out.fill(' ', padding);
 }
 
+void putDecimal(WideOutput& out, uint64_t magnitude, char sign, uint64_t width, VQChar filler) {
+  constexpr uint64_t mostDigits = 20;
+  VQChar digits[mostDigits];
+  VQChar* const end = digits + mostDigits;
+  VQChar* first = end;
+  while (magnitude >= 100) {
+    const DigitPair& pair = digitPairs.pairs[magnitude % 100];
+    magnitude /= 100;
+    *--first = pair.ones;
+    *--first = pair.tens;
+  }
+  *--first = digitPairs.pairs[magnitude].ones;
+  if (magnitude >= 10) *--first = digitPairs.pairs[magnitude].tens;
+
+  const auto digitCount = static_cast<uint64_t>(end - first);
+  const uint64_t count = digitCount + (sign != 0 ? 1 : 0);
+  const uint64_t padding = width > count ? width - count : 0;
+  const bool isSignFirst = sign != 0 && filler == '0';
+  if (VQChar* next = out.take(padding + count)) {
+    if (isSignFirst) *next++ = static_cast<VQChar>(sign);
+    for (uint64_t i = 0; i < padding; ++i) *next++ = filler;
+    if (sign != 0 && !isSignFirst) *next++ = static_cast<VQChar>(sign);
+    while (first != end) *next++ = *first++;
+    return;
+  }
+  if (isSignFirst) out.put(static_cast<VQChar>(sign));
+  out.fill(filler, padding);
+  if (sign != 0 && !isSignFirst) out.put(static_cast<VQChar>(sign));
+  out.append(first, digitCount);
+}
+
 void putInteger(WideOutput& out, const Conversion& conversion, Arguments& arguments) {
   NumberPieces pieces;
   uint64_t magnitude = 0;
@@ -193,6 +224,11 @@ void putInteger(WideOutput& out, const Conversion& conversion, Arguments& argume
   } else {
     magnitude = unsignedArgument(conversion.size, arguments);
     base = conversion.letter == 'u' ? 10 : conversion.letter == 'o' ? 8 : 16;
+  }
+  if (base == 10 && conversion.precision < 0 && !conversion.isLeft) {
+    putDecimal(out, magnitude, pieces.sign, static_cast<uint64_t>(conversion.width),
+               conversion.hasZeros ? '0' : ' ');
+    return;
   }
   char digits[22];
   static_assert(sizeof digits >= std::numeric_limits<uint64_t>::digits / 3 + 1);

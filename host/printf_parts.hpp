@@ -41,6 +41,13 @@ class WideOutput {
   }
   void append(std::string_view ascii) { append(ascii.data(), ascii.size()); }
 
+  // Room for `count` elements, which the caller fills; null when there is not that much.
+  VQChar* take(uint64_t count) {
+    if (room() < count) return nullptr;
+    VQChar* here = next_;
+    next_ += count;
+    return here;
+  }
   // For who writes by other means: where to, and how many elements came of it.
   VQChar* next() const { return next_; }
   void advance(uint64_t written, uint64_t withoutRoom) {
@@ -95,6 +102,21 @@ void putNumber(WideOutput& out, const Conversion& conversion, NumberPieces piece
 struct Arguments {
   va_list list;
 };
+
+// Two decimal digits at a time.
+struct DigitPair {
+  VQChar tens, ones;
+};
+struct DigitPairs {
+  DigitPair pairs[100];
+  constexpr DigitPairs() : pairs{} {
+    for (uint32_t i = 0; i < 100; ++i) pairs[i] = {U'0' + i / 10, U'0' + i % 10};
+  }
+};
+inline constexpr DigitPairs digitPairs;
+
+// The usual conversions of numbers: decimal, filled up to the width from the left.
+void putDecimal(WideOutput& out, uint64_t magnitude, char sign, uint64_t width, VQChar filler);
 
 void putInteger(WideOutput& out, const Conversion& conversion, Arguments& arguments);
 void putFloat(WideOutput& out, const Conversion& conversion, Arguments& arguments);

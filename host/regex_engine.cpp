@@ -249,7 +249,8 @@ VQStatus Engine::prepareMatcher() {
     uregex_setTimeLimit(matcher_, static_cast<int32_t>(kernel->settings.regexTimeLimit), &error);
     uregex_setStackLimit(matcher_, static_cast<int32_t>(kernel->settings.regexStackLimit), &error);
   }
-  constexpr char16_t nothing[] = u"";
+  // ICU keeps the pointer, also to no text at all.
+  static constexpr char16_t nothing[] = u"";
   uregex_setText(matcher_, units_.data() != nullptr ? units_.data() : nothing,
                  static_cast<int32_t>(unitCount_), &error);
   return U_SUCCESS(error) ? 0 : statusOf(error);

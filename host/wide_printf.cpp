@@ -1,6 +1,7 @@
 // The walk over a format: literal text, and one conversion after the other. Numbers have a file of their own.
 #include "host/wide_printf.hpp"
 
+#include <cstddef>
 #include <cstring>
 #include <iterator>
 
@@ -19,11 +20,60 @@ class Reader {
 
   bool isAtEnd() const { return next_ == end_; }
 
+  // Writes literal text and small numbers, %d with a width of one digit at most, perhaps filled with zeros:
+  // that is what dates are made of, and most formats. Everything is held in registers meanwhile. Stops at the
+  // first conversion of another kind, and where there might be no room.
+  void writeSimplePart(WideOutput& out, Arguments& arguments) {
+    const VQChar* format = next_;
+    VQChar* target = out.next();
+    VQChar* const last = target + out.room();
+    // Room for the widest, and for a sign.
+    constexpr std::ptrdiff_t widest = 10;
+    while (format != end_ && last - target >= widest) {
+      if (*format != '%') {
+        *target++ = *format++;
+        continue;
+      }
+      const VQChar* ahead = format + 1;
+      const bool hasZeros = ahead != end_ && *ahead == '0';
+      if (hasZeros) ++ahead;
+      std::ptrdiff_t width = 0;
+      if (ahead != end_ && *ahead >= '1' && *ahead <= '9')
+        width = static_cast<std::ptrdiff_t>(*ahead++ - '0');
+      if (ahead == end_ || *ahead != 'd') break;
+      format = ahead + 1;
+      const int value = va_arg(arguments.list, int);
+      const VQChar filler = hasZeros ? '0' : ' ';
+      if (value < 0 || value > 9999) {
+        out.advance(static_cast<uint64_t>(target - out.next()), 0);
+        const auto wide = static_cast<int64_t>(value);
+        putDecimal(out, static_cast<uint64_t>(wide < 0 ? -wide : wide), wide < 0 ? '-' : '\0',
+                   static_cast<uint64_t>(width), filler);
+        target = out.next();
+        continue;
+      }
+      const auto number = static_cast<unsigned>(value);
+      // How many digits a number has is anybody's guess, so the two of dates are written without asking.
+      if (hasZeros && width == 2 && number < 100) {
+        *target++ = digitPairs.pairs[number].tens;
+        *target++ = digitPairs.pairs[number].ones;
+        continue;
+      }
+      const std::ptrdiff_t digits = number < 10 ? 1 : number < 100 ? 2 : number < 1000 ? 3 : 4;
+      for (; width > digits; --width) *target++ = filler;
+      const DigitPair high = digitPairs.pairs[number / 100], low = digitPairs.pairs[number % 100];
+      if (digits > 3) *target++ = high.tens;
+      if (digits > 2) *target++ = high.ones;
+      if (digits > 1) *target++ = low.tens;
+      *target++ = low.ones;
+    }
+    next_ = format;
+    out.advance(static_cast<uint64_t>(target - out.next()), 0);
+  }
+
   // The text up to the next percent sign.
-  std::u32string_view literal() {
-    const VQChar* start = next_;
-    while (next_ != end_ && *next_ != '%') ++next_;
-    return {start, static_cast<size_t>(next_ - start)};
+  void writeLiteral(WideOutput& out) {
+    for (; next_ != end_ && *next_ != '%'; ++next_) out.put(*next_);
   }
 
   // The conversion at the percent sign where the reader stands.
@@ -252,8 +302,8 @@ VQStatus formatWide(const VQChar* format, uint64_t formatLength, VQChar* buffer,
   va_copy(arguments.list, list);
   VQStatus status = 0;
   while (status == 0) {
-    const std::u32string_view literal = reader.literal();
-    out.append(literal.data(), literal.size());
+    reader.writeSimplePart(out, arguments);
+    reader.writeLiteral(out);
     if (reader.isAtEnd()) break;
     Conversion conversion;
     if (!reader.read(conversion, arguments)) {

@@ -74,14 +74,25 @@ function stagesFile({ ascii, stages }) {
     ['The character classes as a table of two stages, and the class masks of ASCII.'], fromUnicode,
     `#include "text/tables/class_stages.hpp"
 
+#include <iterator>
+
 namespace vq::text {
 
 static_assert(classBlockSize == ${stages.size} && classTableEnd == ${hex(stages.end)});
 
 ${array('const uint32_t asciiClassMasks[128]', ascii.map((mask) => hex(mask, 1)))}
-${array(`const uint16_t classBlocks[${stages.stage1.length}]`,
-    stages.stage1.map((block) => String(block * stages.size)))}
-${array(`const uint16_t classBits[${stages.stage2.length}]`, stages.stage2.map((bits) => hex(bits, 1)))}
+static_assert(std::size(classTable.blocks) == ${stages.stage1.length} && std::size(classTable.bits) == ${stages.stage2.length});
+
+const ClassTable classTable = {
+// blocks
+{
+${filled(stages.stage1.map((block, index) => hex((block - index) * stages.size >>> 0, 1)))}
+},
+// bits
+{
+${filled(stages.stage2.map((bits) => hex(bits, 1)))}
+}};
+
 }  // namespace vq::text
 `);
 }

@@ -33,21 +33,38 @@ struct Date {
   int32_t year, month, day;
 };
 
+// Days that are taken apart with 32 bits, from 0000-03-01 on: 2000 eras, or 800,000 years.
+constexpr int64_t daysInReach = 2000 * daysPerEra;
+
+// The divisions are arranged so that each is one multiplication, after Neri and Schneider, "Euclidean affine
+// functions and their application to calendar algorithms" (2022). Years begin in March, so that a leap day
+// ends them; months have 30.6 days, 2141 / 65536 of one a day.
+Date dateInReach(uint32_t day) {
+  const uint32_t quarters = 4 * day + 3;
+  const uint32_t century = quarters / 146097;
+  const uint32_t dayOfCentury = quarters % 146097 / 4;
+  // The quotient and the remainder of a division by 1461, the days of four years.
+  constexpr uint32_t reciprocal = 2939745;  // 2^32 / 1461, rounded up
+  const uint64_t product = uint64_t{reciprocal} * (4 * dayOfCentury + 3);
+  const auto yearOfCentury = static_cast<uint32_t>(product >> 32);
+  const uint32_t dayOfYear = static_cast<uint32_t>(product) / reciprocal / 4;
+  const uint32_t scaled = 2141 * dayOfYear + 197913;
+  const uint32_t monthFromMarch = scaled >> 16;
+  const uint32_t dayOfMonth = (scaled & 0xFFFF) / 2141;
+  const bool isJanuaryOrFebruary = dayOfYear >= 306;
+  return {static_cast<int32_t>(100 * century + yearOfCentury + (isJanuaryOrFebruary ? 1 : 0)),
+          static_cast<int32_t>(isJanuaryOrFebruary ? monthFromMarch - 12 : monthFromMarch),
+          static_cast<int32_t>(dayOfMonth + 1)};
+}
+
 Date dateOf(int64_t dayNumber) {
   const int64_t day = dayNumber + baseDay;
+  if (day >= 0 && day < daysInReach) return dateInReach(static_cast<uint32_t>(day));
   const int64_t era = floorDivide(day, daysPerEra);
-  const auto dayOfEra = static_cast<uint32_t>(day - era * daysPerEra);
-  // Every 4 years but the hundredth, and every 400, end in a leap day that the division by 365 must not see.
-  const uint32_t yearOfEra = (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
-  const uint32_t dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
-  // From March on the lengths of five months, 31 30 31 30 31, repeat: 153 days.
-  const uint32_t monthFromMarch = (5 * dayOfYear + 2) / 153;
-  const uint32_t dayOfMonth = dayOfYear - (153 * monthFromMarch + 2) / 5 + 1;
-  const bool isJanuaryOrFebruary = monthFromMarch >= 10;
-  const int64_t year = era * 400 + yearOfEra + (isJanuaryOrFebruary ? 1 : 0);
-  return {static_cast<int32_t>(year),
-          static_cast<int32_t>(isJanuaryOrFebruary ? monthFromMarch - 9 : monthFromMarch + 3),
-          static_cast<int32_t>(dayOfMonth)};
+  Date date = dateInReach(static_cast<uint32_t>(day - era * daysPerEra));
+  // In 64 bits: the year of the era may carry what the era alone does not hold.
+  date.year = static_cast<int32_t>(era * 400 + date.year);
+  return date;
 }
 
 // A value that the calendar does not reach is brought to the nearest day that it does.
@@ -74,9 +91,9 @@ void vqzdmdy(int32_t* month, int32_t* day, int32_t* year, int32_t* weekday, doub
   store(month, date.month);
   store(day, date.day);
   store(year, date.year);
-  // The base was a Friday.
-  const int64_t sinceSunday = dayNumber + 5;
-  store(weekday, static_cast<int32_t>(sinceSunday - floorDivide(sinceSunday, 7) * 7));
+  // The base was a Friday. Seven times the least day there is brings all of them above zero.
+  const auto sinceSunday = static_cast<uint64_t>(dayNumber + 5 - 7 * firstDay);
+  store(weekday, static_cast<int32_t>(sinceSunday % 7));
 }
 
 void vqzdhms(int32_t* hour, int32_t* minute, int32_t* second, double value) {

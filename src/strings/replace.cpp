@@ -66,17 +66,21 @@ int64_t findFrom(const VQString* string, uint64_t offset, View needle) {
   return text::findFirst(string->text + offset, length - offset, needle.text, needle.length);
 }
 
-// What a replacement leaves that found no memory: the match is overwritten by as much of a longer replacement
-// as it holds, or cut out for a shorter one.
-void leaveHalfReplaced(VQString* string, uint64_t match, View needle, View replacement) {
+void cutOut(VQString* string, uint64_t match, View needle) {
   VQChar* hole = string->text + match;
-  if (replacement.length > needle.length) {
-    copyElements(hole, replacement.text, needle.length);
-    return;
-  }
   const uint64_t length = lengthOf<WideKind>(string);
   moveElements(hole, hole + needle.length, length - match - needle.length);
   shortenText<WideKind>(string, length - needle.length);
+}
+
+// What a replacement leaves that found no memory: the match is overwritten by as much of a longer replacement
+// as it holds, or cut out for a shorter one.
+void leaveHalfReplaced(VQString* string, uint64_t match, View needle, View replacement) {
+  if (replacement.length > needle.length) {
+    copyElements(string->text + match, replacement.text, needle.length);
+  } else {
+    cutOut(string, match, needle);
+  }
 }
 
 VQStatus replaceMatch(VQString* string, uint64_t match, View needle, View replacement) {
@@ -85,7 +89,7 @@ VQStatus replaceMatch(VQString* string, uint64_t match, View needle, View replac
     return 0;
   }
   if (replacement.length == 0) {
-    leaveHalfReplaced(string, match, needle, replacement);
+    cutOut(string, match, needle);
     return 0;
   }
   const VQStatus status =

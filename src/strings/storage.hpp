@@ -112,7 +112,7 @@ RecordOf<Kind>* createEmpty(VQStringService* service, VQPool* pool, uint64_t cap
 template <class Kind>
 RecordOf<Kind>* withText(RecordOf<Kind>* record, const ElementOf<Kind>* text, uint64_t length) {
   if (record == nullptr || text == nullptr) return record;
-  copyElements(record->text, text, length);
+  moveMostlyShort(record->text, text, length);
   record->text[length] = 0;
   record->length = static_cast<typename Kind::Length>(length);
   assert(isSound<Kind>(record));

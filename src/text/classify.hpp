@@ -10,7 +10,7 @@ namespace vq::text {
 inline uint32_t isInClass(VQChar c, uint32_t classes) {
   if (c >= classTableEnd) [[unlikely]]
     return 0;
-  return (classBits[classBlocks[c / classBlockSize] + c % classBlockSize] & classes) != 0;
+  return (classTable.bits[classTable.blocks[c / classBlockSize] + c] & classes) != 0;
 }
 
 // The blanks and line ends of vqnlsisspace.

@@ -29,6 +29,11 @@ VQ_INLINE_AVX2 __m256i leastElements(__m256i a, __m256i b, __m256i c, __m256i d)
   }
 }
 
+template <class Element>
+VQ_INLINE_AVX2 uint32_t zerosInBlock(const uint8_t* at) {
+  return maskOf(equalElements<Element>(loadBlock(at), _mm256_setzero_si256()));
+}
+
 // The place of the first zero in four blocks, or the size of the four.
 template <class Element>
 VQ_INLINE_AVX2 uint64_t zeroInStep(const uint8_t* at) {
@@ -54,21 +59,25 @@ template <class Element>
 __attribute__((no_sanitize("address"))) VQ_INLINE_AVX2 uint64_t findZero(const uint8_t* bytes) {
   const uint64_t lead = reinterpret_cast<uintptr_t>(bytes) % blockBytes;
   const bool isPlain = isWithinPage(bytes, blockBytes);
-  const __m256i block = loadBlock(isPlain ? bytes : bytes - lead);
-  const uint32_t found =
-      maskOf(equalElements<Element>(block, _mm256_setzero_si256())) >> (isPlain ? 0 : lead);
+  const uint32_t found = zerosInBlock<Element>(isPlain ? bytes : bytes - lead) >> (isPlain ? 0 : lead);
   if (found != 0) return static_cast<uint64_t>(std::countr_zero(found));
+  // Most texts end soon: two blocks one by one, and a step from there if it stays in its page; what of that
+  // step lies in front of a boundary need not be seen again. At the end of a page all goes block by block.
   const uint8_t* at = bytes + blockBytes - lead;
+  for (const uint8_t* const soon = at + pairBytes; at < soon; at += blockBytes) {
+    if (const uint32_t zeros = zerosInBlock<Element>(at)) {
+      return static_cast<uint64_t>(at - bytes + std::countr_zero(zeros));
+    }
+  }
   if (isWithinPage(at, stepBytes)) {
     const uint64_t place = zeroInStep<Element>(at);
     if (place != stepBytes) return static_cast<uint64_t>(at - bytes) + place;
-    // What remains in front of the next boundary of four blocks has been seen.
     at += stepBytes - reinterpret_cast<uintptr_t>(at) % stepBytes;
   }
-  // At the end of a page, block by block.
   for (; reinterpret_cast<uintptr_t>(at) % stepBytes != 0; at += blockBytes) {
-    const uint32_t zeros = maskOf(equalElements<Element>(loadBlock(at), _mm256_setzero_si256()));
-    if (zeros != 0) return static_cast<uint64_t>(at - bytes + std::countr_zero(zeros));
+    if (const uint32_t zeros = zerosInBlock<Element>(at)) {
+      return static_cast<uint64_t>(at - bytes + std::countr_zero(zeros));
+    }
   }
   for (;; at += stepBytes) {
     const uint64_t place = zeroInStep<Element>(at);

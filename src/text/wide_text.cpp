@@ -30,8 +30,9 @@ int32_t vqzsncmp(const VQChar* first, int64_t firstLength, const VQChar* second,
   const uint64_t different = firstDifference(first, second, common);
   if (different < common) {
     tie = order(first[different], second[different]);
-    const uint64_t at =
-        different + firstFoldedDifference(first + different, second + different, common - different);
+    // From the block of that difference, so that a short text is still worth a vector.
+    const uint64_t from = different & ~uint64_t{7};
+    const uint64_t at = from + firstFoldedDifference(first + from, second + from, common - from);
     if (at < common) return 2 * order(lowerByTable(first[at]), lowerByTable(second[at]));
   }
   if (firstLength == secondLength) return tie;

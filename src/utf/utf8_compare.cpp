@@ -85,13 +85,74 @@ struct Pair {
 // The bytes of the character at both places when they are the same, or 0. A character that the end of both
 // texts cuts off alike is the same.
 inline size_t sameCharacter(const Pair& at) {
-  const size_t length = blindStep(at.first, at.firstLeft);
   if (at.first[0] < 0x80) return at.first[0] == at.second[0] ? 1 : 0;
+  if (at.first[0] != at.second[0]) return 0;
+  const size_t length = blindStep(at.first, at.firstLeft);
   if (length != blindStep(at.second, at.secondLeft)) return 0;
   for (size_t i = 0; i < length; ++i) {
     if (at.first[i] != at.second[i]) return 0;
   }
   return length;
+}
+
+// Pairs of different characters of two bytes that have been found alike in this call. One look at the bytes
+// of both texts goes by such a pair without decoding it.
+class AlikePairs {
+ public:
+  bool has(uint16_t first, uint16_t second) const {
+    const uint32_t both = join(first, second);
+    return hasAny_ && pairs_[placeOf(both)] == both;
+  }
+  void add(uint16_t first, uint16_t second) {
+    if (!hasAny_) std::fill(std::begin(pairs_), std::end(pairs_), 0);
+    hasAny_ = true;
+    const uint32_t both = join(first, second);
+    pairs_[placeOf(both)] = both;
+  }
+
+ private:
+  static uint32_t join(uint16_t first, uint16_t second) {
+    return static_cast<uint32_t>(second) << 16 | first;
+  }
+  // The upper bits of a product with the golden ratio, as many as there are places.
+  static size_t placeOf(uint32_t both) { return both * 0x9E3779B1u >> 24; }
+
+  // Cleared with the first pair; no pair is 0.
+  bool hasAny_ = false;
+  uint32_t pairs_[256];
+};
+
+inline uint16_t twoBytesAt(const uint8_t* at) {
+  uint16_t bytes;
+  std::memcpy(&bytes, at, sizeof bytes);
+  return bytes;
+}
+
+// Goes by what is alike and takes the same bytes in both texts: pairs that are known, and ASCII. Calls
+// `onCase(isFirstSmaller)` for ASCII letters that differ in case.
+template <class OnCase>
+inline size_t alikeBytes(const Pair& at, size_t span, const AlikePairs& pairs, OnCase onCase) {
+  size_t moved = 0;
+  while (span - moved >= 2) {
+    const uint8_t* a = at.first + moved;
+    const uint8_t* b = at.second + moved;
+    if (pairs.has(twoBytesAt(a), twoBytesAt(b))) {
+      moved += 2;
+    } else if ((*a | *b) < 0x80 && foldAscii(*a) == foldAscii(*b)) {
+      if (*a != *b) onCase(*a < *b);
+      ++moved;
+    } else {
+      break;
+    }
+  }
+  return moved;
+}
+
+// Remembers a pair that has been found alike, when it is one of two characters of two bytes.
+inline void remember(const Pair& at, const Decoded& first, const Decoded& second, AlikePairs& pairs) {
+  if (first.consumed == 2 && second.consumed == 2 && first.status == 0 && second.status == 0) {
+    pairs.add(twoBytesAt(at.first), twoBytesAt(at.second));
+  }
 }
 
 // The last place, no further than `limit`, where a character begins whatever stands in front of it: no byte
@@ -161,6 +222,10 @@ class NormWalk {
         if (skipped > 0) continue;
       }
       skips.countStep();
+      const size_t alike = alikeBytes(at_, std::min(span_, at_.secondLeft), pairs_,
+                                      [this](bool isFirstSmaller) { setTie(isFirstSmaller); });
+      advance(alike, alike);
+      if (span_ == 0 || at_.secondLeft == 0) break;
       if (const int32_t order = step(); order != 0) return order;
     }
     return compareTails();
@@ -213,6 +278,7 @@ class NormWalk {
     const auto foldedC = static_cast<int32_t>(fold_(c.codePoint));
     const auto foldedD = static_cast<int32_t>(fold_(d.codePoint));
     if (foldedC != foldedD) return foldedC < foldedD ? -2 : 2;
+    remember(at_, c, d, pairs_);
     advance(c.consumed, d.consumed);
     return 0;
   }
@@ -235,18 +301,13 @@ class NormWalk {
   size_t span_;
   int32_t tie_ = 0;
   Remembered<HostFold> fold_;
+  AlikePairs pairs_;
 };
 
-struct FoldedCharacter {
-  VQChar folded;
-  size_t byteCount;
-};
-
+// A byte below 0x80 folds by its table, whatever the host says.
 template <class Fold>
-inline FoldedCharacter foldCharacter(const uint8_t* at, size_t left, Fold& fold) {
-  if (at[0] < 0x80) return {foldAscii(at[0]), 1};
-  const Decoded decoded = decodeUtf8(at, left);
-  return {fold(decoded.codePoint), decoded.consumed};
+inline VQChar foldOf(uint8_t first, const Decoded& decoded, Fold& fold) {
+  return first < 0x80 ? foldAscii(first) : fold(decoded.codePoint);
 }
 
 }  // namespace
@@ -263,6 +324,7 @@ int32_t vqzsu8NormCompareText(const char* first, uint64_t firstBytes, const char
 uint32_t vqzsu8NormEqual(const char* first, uint64_t firstBytes, const char* second, uint64_t secondBytes) {
   Pair at{bytesOf(first), bytesOf(second), firstBytes, secondBytes};
   Remembered<ElementFold> fold;
+  AlikePairs pairs;
   BlockSkips skips;
   while (at.firstLeft > 0 && at.secondLeft > 0) {
     if (const size_t reach = std::min(at.firstLeft, at.secondLeft); skips.isDue(reach)) {
@@ -275,14 +337,18 @@ uint32_t vqzsu8NormEqual(const char* first, uint64_t firstBytes, const char* sec
       if (ascii + whole > 0) continue;
     }
     skips.countStep();
+    const size_t alike = alikeBytes(at, std::min(at.firstLeft, at.secondLeft), pairs, [](bool) {});
+    at.advance(alike, alike);
+    if (at.firstLeft == 0 || at.secondLeft == 0) break;
     if (const size_t same = sameCharacter(at); same > 0) {
       at.advance(same, same);
       continue;
     }
-    const FoldedCharacter c = foldCharacter(at.first, at.firstLeft, fold);
-    const FoldedCharacter d = foldCharacter(at.second, at.secondLeft, fold);
-    if (c.folded != d.folded) return 0;
-    at.advance(c.byteCount, d.byteCount);
+    const Decoded c = decodeUtf8(at.first, at.firstLeft);
+    const Decoded d = decodeUtf8(at.second, at.secondLeft);
+    if (foldOf(at.first[0], c, fold) != foldOf(at.second[0], d, fold)) return 0;
+    remember(at, c, d, pairs);
+    at.advance(c.consumed, d.consumed);
   }
   return at.firstLeft == at.secondLeft;
 }

@@ -12,8 +12,6 @@ namespace vq::utf8 {
 
 namespace {
 
-constexpr size_t lookBack = 3;
-
 VQ_TARGET_AVX2 inline __m256i loadBytes(const uint8_t* bytes) {
   return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes));
 }
@@ -167,9 +165,8 @@ size_t plainPrefix(const uint8_t* text, size_t at, size_t byteCount, Plain plain
   return plainPrefixAvx2<Plain::toPairsWithoutZero>(text + at, byteCount - at);
 }
 
-Regular regularPrefix(const uint8_t* text, size_t at, size_t byteCount) {
-  if (at < lookBack || byteCount - at < 32 || !cpu::hasAvx2()) return {};
-  return regularPrefixAvx2(text + at, byteCount - at);
+Regular regularBlocks(const uint8_t* text, size_t at, size_t byteCount) {
+  return cpu::hasAvx2() ? regularPrefixAvx2(text + at, byteCount - at) : Regular{};
 }
 
 }  // namespace vq::utf8

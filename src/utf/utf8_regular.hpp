@@ -10,6 +10,9 @@
 
 namespace vq::utf8 {
 
+// How far a block looks back.
+inline constexpr size_t lookBack = 3;
+
 struct Regular {
   size_t byteCount = 0;
   size_t characterCount = 0;
@@ -20,7 +23,10 @@ struct Regular {
 // The regular text that begins at the character boundary text[at] and ends on a whole character, as far as
 // whole blocks reach it. Nothing at all for short texts, on processors without vector code, and where fewer
 // than three bytes stand in front: a block looks back at them.
-Regular regularPrefix(const uint8_t* text, size_t at, size_t byteCount);
+Regular regularBlocks(const uint8_t* text, size_t at, size_t byteCount);
+inline Regular regularPrefix(const uint8_t* text, size_t at, size_t byteCount) {
+  return at < lookBack || byteCount - at < 32 ? Regular{} : regularBlocks(text, at, byteCount);
+}
 
 // What a translator carries over as it stands, for the blocks of text in which there is nothing else.
 enum class Plain {

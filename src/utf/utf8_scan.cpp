@@ -3,6 +3,7 @@
 // Counting runs in two gears. Regular text (utf8_regular.hpp) is counted by blocks: there all ways of
 // stepping agree. Everything else is stepped over one character at a time.
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 #include "utf/utf8_bytes.hpp"
@@ -37,7 +38,17 @@ struct UpToThree {
 // How far to step singly where a block is not regular, before blocks are tried again; at the start of a text,
 // as far as a block looks back.
 constexpr size_t singleRun = 64;
-constexpr size_t openingRun = 3;
+constexpr size_t openingRun = lookBack;
+
+// The bytes of ASCII that come next, as far as one look sees.
+inline size_t asciiRun(const uint8_t* at, size_t byteCount) {
+  if (at[0] >= 0x80) return 0;
+  if (byteCount < 8) return 1;
+  uint64_t bytes;
+  std::memcpy(&bytes, at, sizeof bytes);
+  bytes &= 0x8080808080808080;
+  return bytes == 0 ? 8 : static_cast<size_t>(std::countr_zero(bytes)) / 8;
+}
 
 struct Counted {
   size_t byteCount;
@@ -54,8 +65,17 @@ Counted countCharacters(const uint8_t* text, size_t limit, size_t end) {
     const Regular regular = regularPrefix(text, at, limit);
     at += regular.byteCount;
     characters += Stepping::countOf(regular);
-    const size_t stop = std::min(limit, at + (at < openingRun ? openingRun : singleRun));
-    for (; at < stop; ++characters) at += Stepping::step(text + at, end - at);
+    const size_t run = at < openingRun && limit > singleRun ? openingRun : singleRun;
+    const size_t stop = std::min(limit, at + run);
+    while (at < stop) {
+      if (const size_t ascii = asciiRun(text + at, stop - at); ascii > 0) {
+        at += ascii;
+        characters += ascii;
+        continue;
+      }
+      at += Stepping::step(text + at, end - at);
+      ++characters;
+    }
   }
   return {at, characters};
 }

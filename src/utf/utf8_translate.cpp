@@ -55,6 +55,16 @@ class Translation {
     written_ += byteCount;
   }
 
+  // Carries over the ASCII bytes that come next, as far as they have room; with `stopsAtZero` not the zero
+  // byte.
+  void copyAscii(bool stopsAtZero) {
+    const uint8_t least = stopsAtZero ? 1 : 0;
+    // No further than blocks are worth another try.
+    size_t left = std::min({sourceBytes_ - at_, targetBytes_ - written_, size_t{32}});
+    for (; left > 0 && source_[at_] < 0x80 && source_[at_] >= least; --left)
+      target_[written_++] = source_[at_++];
+  }
+
   VQStatus finish(uint64_t* written, bool isFull) const {
     if (written != nullptr) *written = written_;
     if (isFull) return VQSTATUS_TARGET_FULL;
@@ -71,8 +81,7 @@ class Translation {
   size_t targetBytes_;
   size_t written_ = 0;
   bool hasReplaced_ = false;
-  // A block looks back at three bytes.
-  size_t nextTry_ = 3;
+  size_t nextTry_ = lookBack;
 };
 
 // The surrogate pair of a four-byte sequence, three bytes each.
@@ -173,6 +182,7 @@ VQStatus vqzsu8Encode(const char* source, uint64_t sourceBytes, char* target, ui
   const Plain plain = rules.widensZero ? Plain::toPairsWithoutZero : Plain::toPairs;
   while (!work.isAtEnd()) {
     work.copyPlain(plain);
+    work.copyAscii(rules.widensZero);
     if (!work.isAtEnd() && !encodeCharacter(work, rules)) return work.finish(written, true);
   }
   return work.finish(written, false);
@@ -190,7 +200,10 @@ VQStatus vqzsu8Decode(const char* source, uint64_t sourceBytes, char* target, ui
   Translation work(source, sourceBytes, target, targetBytes);
   Pending pending;
   while (!work.isAtEnd()) {
-    if (pending.bytes == nullptr) work.copyPlain(Plain::fromPairs);
+    if (pending.bytes == nullptr) {
+      work.copyPlain(Plain::fromPairs);
+      work.copyAscii(false);
+    }
     if (!work.isAtEnd() && !decodeCharacter(work, isModified, pending)) return work.finish(written, true);
   }
   const bool isFull = pending.bytes != nullptr && !work.replace();

@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "support/cpu_levels.hpp"
 #include "support/guarded_buffer.hpp"
 #include "support/host_fixture.hpp"
-#include "text/cpu.hpp"
 #include "vqstring.h"
 
 namespace {
@@ -110,18 +110,6 @@ int call(VQU8Tokenizer& walk, Operation operation, std::vector<VQU8String*>& del
   }
   const auto next = operation == Operation::set ? walk.tokenizeU8 : walk.tokenizeLongU8;
   return next(&walk, first->text, first->length, token) == nullptr ? -2 : 0;
-}
-
-// Every level of vector code that this machine has, the highest again at the end.
-template <class Body>
-void onEveryLevel(Body body) {
-  for (const auto level : {vq::cpu::Level::portable, vq::cpu::Level::avx2, vq::cpu::Level::avx512}) {
-    if (level > vq::cpu::detect()) break;
-    vq::cpu::level = level;
-    SCOPED_TRACE(static_cast<int>(level));
-    body();
-  }
-  vq::cpu::level = vq::cpu::detect();
 }
 
 class Tokens : public test::HostTest {
@@ -240,12 +228,12 @@ class Tokens : public test::HostTest {
 TEST_F(Tokens, WideWalksAgreeWithTheNaiveOnes) {
   const std::vector<std::u32string> letters{U"a", U"b",     U",",       U"-",
                                             U"-", U"\x12C", U"\x1F600", U"\x80000000"};
-  onEveryLevel([&] { randomWalks<Wide>(letters, 1, 1500); });
+  test::atEveryLevel([&] { randomWalks<Wide>(letters, 1, 1500); });
 }
 
 TEST_F(Tokens, U8WalksAgreeWithTheNaiveOnes) {
   const std::vector<std::string> letters{"a", "b", ",", "-", "\xC3\xA9", "\xE3\x80\x82", "\xF0\x9F\x98\x80"};
-  onEveryLevel([&] { randomWalks<U8>(letters, 2, 1500); });
+  test::atEveryLevel([&] { randomWalks<U8>(letters, 2, 1500); });
 }
 
 // Stray continuation bytes, first bytes of every length and nothing behind them: delimiters hide inside the
@@ -253,7 +241,7 @@ TEST_F(Tokens, U8WalksAgreeWithTheNaiveOnes) {
 TEST_F(Tokens, U8WalksAgreeOnIllFormedText) {
   const std::vector<std::string> letters{"a",    ",",    "\x80", "\xA9", "\xC3", "\xC3\xA9", "\xE3",
                                          "\xF0", "\xF8", "\xFC", "\xFF", ",",    "a"};
-  onEveryLevel([&] { randomWalks<U8>(letters, 3, 2500); });
+  test::atEveryLevel([&] { randomWalks<U8>(letters, 3, 2500); });
 }
 
 // What stands behind the last delimiter, and what makes a delimiter, as callers know it. Both kinds of string
@@ -293,7 +281,7 @@ TEST_F(Tokens, EndsAsToldByOperation) {
     const std::string source = row.source;
     std::vector<std::u32string> wideDelimiters;
     for (const std::string& text : row.delimiters) wideDelimiters.emplace_back(text.begin(), text.end());
-    onEveryLevel([&] {
+    test::atEveryLevel([&] {
       EXPECT_EQ(joined<Wide>(std::u32string(source.begin(), source.end()), row.operation, wideDelimiters),
                 row.wide);
       EXPECT_EQ(joined<U8>(source, row.operation, row.delimiters), row.u8);

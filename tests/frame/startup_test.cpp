@@ -147,6 +147,22 @@ TEST(Startup, NeedsNlsButNoConversion) {
   EXPECT_THAT(host.log, testing::Not(testing::Contains(testing::StartsWith("end to"))));
 }
 
+TEST(Startup, FillsEverySlotAndLeavesReservedWordsZero) {
+  FakeHost host;
+  VQStringService* service = host.start();
+  ASSERT_NE(service, nullptr);
+  const auto* words = reinterpret_cast<const uint64_t*>(service);
+  const size_t reserved[] = {1, 2, 5, 7, 8, offsetof(VQStringService, reservedAfterGetU8String) / 8};
+  const size_t filledLater[] = {offsetof(VQStringService, icu) / 8,
+                                offsetof(VQStringService, noBuiltinPatterns) / 8};
+  for (size_t i = 0; i < sizeof(VQStringService) / 8; ++i) {
+    const bool isZero = std::ranges::find(reserved, i) != std::end(reserved) ||
+                        std::ranges::find(filledLater, i) != std::end(filledLater);
+    EXPECT_EQ(words[i] == 0, isZero) << "word " << i;
+  }
+  service->vqStringRealDestroy(service);
+}
+
 TEST(Versions, AreWrittenWithoutReadingAService) {
   uint64_t a = 0, b = 0, c = 0;
   EXPECT_EQ(vqStringGetVersion(nullptr, &a, &b, &c), 0u);

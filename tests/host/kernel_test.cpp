@@ -162,6 +162,30 @@ TEST_F(Kernel, UnknownExtensionsAreRefused) {
   EXPECT_EQ(host()->kernelLoadExtension(host(), U"../x", 4, 0), nullptr);
 }
 
+TEST_F(Kernel, LibraryComesInAsASharedObjectAndGoes) {
+  const uint64_t before = vqhostLiveObjects(host());
+  for (int round = 0; round < 2; ++round) {
+    VQStringService* service = nullptr;
+    ASSERT_EQ(vqhostLoadStrings(host(), VQSTRING_LIBRARY, &service), 0u);
+    uint64_t major = 0;
+    uint64_t minor = 0;
+    uint64_t patch = 0;
+    EXPECT_EQ(service->vqStringGetVersion(service, &major, &minor, &patch), 0u);
+    EXPECT_EQ(major, 2u);
+    VQString* string = service->vqStringCreate(service, nullptr, U"text", 4, 1);
+    ASSERT_NE(string, nullptr);
+    service->vqStringDestroy(string);
+
+    void* again = nullptr;
+    ASSERT_EQ(vqhostLoadExtension(host(), "vqstring", nullptr, &again), 0u);
+    EXPECT_EQ(again, service);
+    vqhostReleaseExtension(host(), again);
+    EXPECT_EQ(service->vqStringGetVersion(service, &major, &minor, &patch), 0u);
+    vqhostReleaseExtension(host(), service);
+    EXPECT_EQ(vqhostLiveObjects(host()), before);
+  }
+}
+
 class StartFaults : public test::FaultTest {};
 
 // The library's start-up takes each host object in turn; whichever fails, nothing may stay.

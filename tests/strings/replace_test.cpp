@@ -218,6 +218,37 @@ TEST_F(Replace, Utf8Replacements) {
   vqU8StringDestroy(broken);
 }
 
+// A host may convert wide text into wide text; then every insertion passes through it, and can fail there.
+TEST_F(Replace, HostThatConvertsWideText) {
+  VQNls* nls = service()->nls;
+  const VQNls real = *nls;
+  static VQTranscoder copier{[](VQTranscoder*) {},
+                             [](VQTranscoder*, const void* source, uint64_t sourceBytes, void* target,
+                                uint64_t, uint64_t* converted, uint64_t) {
+                               std::memcpy(target, source, sourceBytes);
+                               *converted = sourceBytes;
+                               return VQStatus{0};
+                             }};
+  nls->nlsCanConvert = [](VQNls*, uint32_t, uint32_t, uint64_t) -> uint8_t { return 1; };
+  nls->nlsMeasureConversion = [](VQNls*, uint32_t, const void*, uint64_t byteCount, uint32_t,
+                                 uint64_t* size) {
+    *size = byteCount;
+    return VQStatus{0};
+  };
+  nls->nlsCreateDecoder = [](VQNls*, uint32_t, uint64_t, uint64_t) { return &copier; };
+  VQString* string = make(U"-aa-aa-", 0);
+  EXPECT_EQ(replace(string, U"aa", U"1234", 1, nullptr), 0u);
+  EXPECT_EQ(textOf<Wide>(string), U"-1234-1234-");
+  nls->nlsCreateDecoder = [](VQNls*, uint32_t, uint64_t, uint64_t) -> VQTranscoder* { return nullptr; };
+  EXPECT_EQ(replace(string, U"-", U"+", 1, nullptr), 0u);
+  EXPECT_EQ(replace(string, U"1234", U"ab", 1, nullptr), VQSTATUS_NO_CONVERTER);
+  EXPECT_EQ(textOf<Wide>(string), U"++1234+");
+  EXPECT_EQ(replace(string, U"++", U"<<>>", 0, nullptr), VQSTATUS_NO_CONVERTER);
+  EXPECT_EQ(textOf<Wide>(string), U"<<1234+");
+  *nls = real;
+  vqStringDestroy(string);
+}
+
 // A borrowed text is edited within its length: in place when it does not grow.
 TEST_F(Replace, BorrowedTexts) {
   const std::u32string old = U"-aa-aa";

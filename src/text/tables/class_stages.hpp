@@ -1,6 +1,6 @@
-// Character classes by table: classBlocks says where the block of a code point begins in classBits, which
-// holds a word for each code point of each different block, with the bits of classBit. Nothing at or above
-// classTableEnd is in a class.
+// Character classes by table: `blocks` says what to add to a code point of the block, modulo 2 to the 32nd, to
+// reach its word in `bits`, which holds the words of each different block once, in the bits of classBit.
+// Nothing at or above classTableEnd is in a class.
 #pragma once
 
 #include <cstdint>
@@ -25,7 +25,11 @@ constexpr uint32_t space = 1 << 9;
 
 // The general category of each ASCII character, as the one bit of a class mask.
 extern const uint32_t asciiClassMasks[128];
-extern const uint16_t classBlocks[classTableEnd / classBlockSize];
-extern const uint16_t classBits[];
+
+struct ClassTable {
+  uint32_t blocks[classTableEnd / classBlockSize];
+  uint16_t bits[26240];
+};
+extern const ClassTable classTable;
 
 }  // namespace vq::text

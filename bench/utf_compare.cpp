@@ -1,0 +1,92 @@
+// Comparing UTF-8: the same text twice, and the text beside itself with every letter's case changed. The
+// host's lower case is ICU's, behind a call.
+#include <glib.h>
+#include <strings.h>
+#include <unicode/ucasemap.h>
+#include <unicode/uchar.h>
+#include <unicode/ustring.h>
+
+#include <cstring>
+
+#include "frame/handle.hpp"
+#include "utf_samples.hpp"
+#include "vqstring/host.h"
+#include "vqstring/utf.h"
+
+namespace {
+
+using bench::Text;
+
+VQChar lowerByIcu(VQNls*, VQChar c, uint64_t) {
+  return static_cast<VQChar>(u_tolower(static_cast<UChar32>(c)));
+}
+
+void standUpHost() {
+  static VQNls nls{};
+  static VQKernel kernel{};
+  nls.nlsToLower = lowerByIcu;
+  kernel.kernelNls = &nls;
+  Exported_VQHandle = &kernel;
+}
+
+std::string flipped(const Text& text) {
+  std::string out;
+  for (const char32_t c : text.wide) {
+    const auto each = static_cast<UChar32>(c);
+    bench::appendUtf8(out, static_cast<char32_t>(u_islower(each) ? u_toupper(each) : u_tolower(each)));
+  }
+  return out;
+}
+
+// `compare(first, second)` on a text and a copy of it, or its flipped form.
+template <class Compare>
+auto beside(bool isFlipped, Compare compare) {
+  return [isFlipped, compare](benchmark::State& state, const Text& text) {
+    standUpHost();
+    const std::string other = isFlipped ? flipped(text) : std::string(text.utf8);
+    for (auto _ : state) {
+      benchmark::DoNotOptimize(compare(text.utf8, other));
+      benchmark::ClobberMemory();
+    }
+    state.counters["code points/ns"] = benchmark::Counter(static_cast<double>(text.wide.size()) / 1e9,
+                                                          benchmark::Counter::kIsIterationInvariantRate);
+  };
+}
+
+const bench::Register rows([] {
+  bench::overTexts("vqzsu8Compare", "vq", beside(false, [](const std::string& a, const std::string& b) {
+                     return vqzsu8Compare(a.data(), a.size(), b.data(), b.size());
+                   }));
+  bench::overTexts("vqzsu8Compare", "memcmp", beside(false, [](const std::string& a, const std::string& b) {
+                     return std::memcmp(a.data(), b.data(), a.size());
+                   }));
+  for (const bool isFlipped : {false, true}) {
+    const std::string subject = isFlipped ? "vqzsu8NormCompareFlipped" : "vqzsu8NormCompareSame";
+    bench::overTexts(subject, "vq", beside(isFlipped, [](const std::string& a, const std::string& b) {
+                       return vqzsu8NormCompare(a.data(), a.size(), b.data(), b.size());
+                     }));
+    bench::overTexts(subject, "equal", beside(isFlipped, [](const std::string& a, const std::string& b) {
+                       return vqzsu8NormEqual(a.data(), a.size(), b.data(), b.size());
+                     }));
+    // Sees ASCII alone: on other scripts it stops at once.
+    bench::overTexts(subject, "strcasecmp", beside(isFlipped, [](const std::string& a, const std::string& b) {
+                       return strncasecmp(a.data(), b.data(), a.size());
+                     }));
+    bench::overTexts(subject, "icu", beside(isFlipped, [](const std::string& a, const std::string& b) {
+                       // The same walk over ICU's decoder and fold.
+                       int32_t i = 0;
+                       int32_t k = 0;
+                       const auto n = static_cast<int32_t>(std::min(a.size(), b.size()));
+                       while (i < n && k < n) {
+                         UChar32 c = 0;
+                         UChar32 d = 0;
+                         U8_NEXT(a.data(), i, n, c);
+                         U8_NEXT(b.data(), k, n, d);
+                         if (c != d && u_tolower(c) != u_tolower(d)) break;
+                       }
+                       return i;
+                     }));
+  }
+});
+
+}  // namespace
