@@ -37,7 +37,8 @@ std::string versionText() {
 
 int run(CLI::App& app, vqs::Session& session, int argc, char** argv) {
   try {
-    if (argc > 1 && argv[1][0] != '-' && !app.get_subcommand_no_throw(argv[1]))
+    const auto isCalled = [argv](const CLI::App* command) { return command->check_name(argv[1]); };
+    if (argc > 1 && argv[1][0] != '-' && app.get_subcommands(isCalled).empty())
       throw vqs::UsageFailure("no command is called \"" + std::string(argv[1]) + "\"; vqs --help lists them");
     app.parse(argc, argv);
     session.out.flush();
