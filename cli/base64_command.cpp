@@ -6,6 +6,7 @@
 
 #include "escape.hpp"
 #include "file_chunks.hpp"
+#include "options.hpp"
 #include "session.hpp"
 
 namespace vqs {
@@ -108,7 +109,7 @@ void addBase64(CLI::App& app, Session& session) {
   const auto add = [&](const char* name, const char* explanation,
                        int (*run)(Session&, const Base64Options&)) {
     CLI::App* command = family->add_subcommand(name, explanation);
-    command->add_option("FILE", options->files, "Files to read; none or -: standard input")->type_name("");
+    addFiles(*command, options->files);
     command->add_flag("-u,--url", options->isUrl,
                       "The alphabet that is safe in URLs and file names: - and _");
     command->final_callback([&session, options, run] {

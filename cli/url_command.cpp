@@ -6,6 +6,7 @@
 
 #include "escape.hpp"
 #include "file_chunks.hpp"
+#include "options.hpp"
 #include "session.hpp"
 
 namespace vqs {
@@ -101,7 +102,7 @@ void addUrl(CLI::App& app, Session& session) {
   auto files = std::make_shared<std::vector<std::string>>();
   const auto add = [&](const char* name, const char* explanation, auto run) {
     CLI::App* command = family->add_subcommand(name, explanation);
-    command->add_option("FILE", *files, "Files to read; none or -: standard input")->type_name("");
+    addFiles(*command, *files);
     command->final_callback([&session, files, run] {
       if (files->empty()) files->push_back("-");
       for (const std::string& path : *files)

@@ -76,17 +76,16 @@ VQChar* putLoosely(VQChar* target, uint8_t byte) {
 constexpr int64_t stepGrowth = 2 * static_cast<int64_t>(stepElements) + 4;
 
 // Every byte by itself. `freeElements` tells how far the target may be written now, counted from it, in
-// front of what must be kept: the unread source, or the end.
+// front of what must be kept: the unread source, or the last step of the target.
 template <class Element, class FreeElements>
-void escapeRegular(const char* text, const char* end, Element* target, FreeElements freeElements) {
+void escapeRegular(const char* text, const char* end, Element* target, bool isInPlace,
+                   FreeElements freeElements) {
   while (text < end) {
-    uint64_t left = static_cast<uint64_t>(end - text);
-    if (left >= stepElements && cpu::hasAvx2()) {
-      const uint64_t copied = vector::copyClean(text, left, target);
-      text += copied;
-      target += copied;
-      left -= copied;
+    if (static_cast<uint64_t>(end - text) >= 2 * stepElements && cpu::hasAvx2()) {
+      text += vector::escapeSparse(text, static_cast<uint64_t>(end - text), &target,
+                                   freeElements(text, target), isInPlace);
     }
+    const auto left = static_cast<uint64_t>(end - text);
     const char* stop = text + std::min(left, stepElements);
     if (left >= stepElements && freeElements(text, target) >= stepGrowth) {
       for (; text < stop; ++text) target = putLoosely(target, static_cast<uint8_t>(*text));
@@ -112,20 +111,6 @@ void escapeSequences(const char* text, const char* end, char* target) {
   }
 }
 
-// -1 for a byte that is no digit.
-constexpr auto digitValues = [] {
-  std::array<int8_t, 256> values{};
-  values.fill(-1);
-  for (unsigned i = 0; i < 10; ++i) values['0' + i] = static_cast<int8_t>(i);
-  for (unsigned i = 0; i < 6; ++i) values['a' + i] = values['A' + i] = static_cast<int8_t>(10 + i);
-  return values;
-}();
-
-// The byte that two digits stand for.
-char byteOfDigits(const char* digits) {
-  return static_cast<char>(16 * digitValues[byteAt(digits, 0)] + digitValues[byteAt(digits, 1)]);
-}
-
 }  // namespace
 
 uint64_t cleanLength(const char* text, uint64_t byteCount) {
@@ -143,10 +128,11 @@ Measure measure(const char* text, uint64_t byteCount) {
   if (byteCount >= stepElements && cpu::hasAvx2()) at = vector::measure(text, byteCount, &sum, &reached);
   for (; at < byteCount; ++at) {
     const uint8_t byte = byteAt(text, at);
-    const bool isEscaped = !isUnescaped(byte);
+    const bool isEscaped = escapes[byte].length != 1;
     sum.escapedBytes += isEscaped ? 1 : 0;
     if (!isEscaped && (reached & 1) != 0) sum.isRegular = false;
-    reached = reached >> 1 | ((1u << (announcedLength(byte) - 1)) - 1);
+    reached >>= 1;
+    if (byte >= 0xC0) reached |= (1u << (announcedLength(byte) - 1)) - 1;
   }
   if (!sum.isRegular) sum.escapedBytes = countSequences(text, byteCount);
   return sum;
@@ -158,29 +144,25 @@ void escape(const char* text, uint64_t byteCount, bool isRegular, char* target, 
   if (!isRegular) {
     escapeSequences(text, end, target);
   } else if (end == targetEnd) {
-    escapeRegular(text, end, target, [](const char* source, char* at) { return source - at; });
+    escapeRegular(text, end, target, true, [](const char* source, char* at) { return source - at; });
   } else {
     const char* lastStep = targetEnd - stepElements;
-    escapeRegular(text, end, target, [=](const char*, char* at) { return lastStep - at; });
+    escapeRegular(text, end, target, false, [=](const char*, char* at) { return lastStep - at; });
   }
 }
 
 void escapeToWide(const char* text, uint64_t byteCount, VQChar* target, uint64_t targetLength) {
   const VQChar* lastStep = target + targetLength - stepElements;
-  escapeRegular(text, text + byteCount, target, [=](const char*, VQChar* at) { return lastStep - at; });
+  escapeRegular(text, text + byteCount, target, false,
+                [=](const char*, VQChar* at) { return lastStep - at; });
 }
 
 uint64_t unescape(char* text, uint64_t byteCount) {
   uint64_t at = 0, written = 0;
-  for (;;) {
-    if (byteCount - at >= stepElements && cpu::hasAvx2()) {
-      const uint64_t moved = vector::moveUnescaped(text + at, byteCount - at, text + written);
-      at += moved;
-      written += moved;
-    }
-    // A run of escapes one by one, or a whole step as long as the vectors lack the room for parts of it.
-    const uint64_t stop = std::min(byteCount, at + stepElements);
-    while (at < stop) {
+  while (at < byteCount) {
+    if (cpu::hasAvx2()) vector::unescape(text, byteCount, &at, &written);
+    // A step by single bytes: at the end, and until the escapes taken out make room for whole vectors.
+    for (const uint64_t stop = std::min(byteCount, at + stepElements); at < stop;) {
       const char byte = text[at];
       if (byte == '%' && byteCount - at > 2) {
         text[written++] = byteOfDigits(text + at + 1);
@@ -191,11 +173,10 @@ uint64_t unescape(char* text, uint64_t byteCount) {
       } else {
         text[written++] = byte == '+' ? ' ' : byte;
         ++at;
-        if (at - written >= stepElements) break;
       }
     }
-    if (at >= byteCount) return written;
   }
+  return written;
 }
 
 }  // namespace vq::url

@@ -37,6 +37,21 @@ inline constexpr auto escapes = [] {
   return table;
 }();
 
+// -1 for a byte that is no digit.
+inline constexpr auto digitValues = [] {
+  std::array<int8_t, 256> values{};
+  values.fill(-1);
+  for (unsigned i = 0; i < 10; ++i) values['0' + i] = static_cast<int8_t>(i);
+  for (unsigned i = 0; i < 6; ++i) values['a' + i] = values['A' + i] = static_cast<int8_t>(10 + i);
+  return values;
+}();
+
+// The byte that two digits stand for.
+inline char byteOfDigits(const char* digits) {
+  return static_cast<char>(16 * digitValues[static_cast<uint8_t>(digits[0])] +
+                           digitValues[static_cast<uint8_t>(digits[1])]);
+}
+
 // Elements in front of the first that has to be escaped.
 uint64_t cleanLength(const char* text, uint64_t byteCount);
 uint64_t cleanLength(const VQChar* text, uint64_t elementCount);
@@ -73,15 +88,19 @@ inline constexpr uint64_t stepElements = 32;
 // Steps that need no escape, in elements.
 uint64_t cleanLength(const char* text, uint64_t byteCount);
 uint64_t cleanLength(const VQChar* text, uint64_t elementCount);
-// The same, copied as it goes; a target of bytes may lie in front of the source in the same block.
-uint64_t copyClean(const char* text, uint64_t byteCount, char* target);
-uint64_t copyClean(const char* text, uint64_t byteCount, VQChar* target);
+// Steps of a regular text in which few bytes are escaped, written to `*target`, which moves on. Answers the
+// bytes that they have. `freeElements`, from the target to the source in place and to the last step of the
+// target otherwise, must be and stay as many as a step and its escapes take.
+uint64_t escapeSparse(const char* text, uint64_t byteCount, char** target, int64_t freeElements,
+                      bool isInPlace);
+uint64_t escapeSparse(const char* text, uint64_t byteCount, VQChar** target, int64_t freeElements,
+                      bool isInPlace);
 // Adds all whole steps to the measure, each byte judged by itself, and answers their bytes. The bits of
 // `reached` are the places behind them that a sequence may still reach.
 uint64_t measure(const char* text, uint64_t byteCount, Measure* sum, uint32_t* reached);
-// Moves text up to a '%' or '+', or to less than a step in front of the end, and answers its length. A target
-// that lies less than a step in front of the source gets whole steps alone.
-uint64_t moveUnescaped(const char* text, uint64_t byteCount, char* target);
+// Goes on with unescaping from `*at`, the text written so far being `*written` bytes, while two steps are
+// left, the next holds few escapes, and it stands a step behind what is written or holds none.
+void unescape(char* text, uint64_t byteCount, uint64_t* at, uint64_t* written);
 }  // namespace vector
 
 }  // namespace vq::url

@@ -1,6 +1,8 @@
 // Scans for percent escaping in AVX2: which of 32 bytes are ASCII letters, digits or the full stop.
 #include <immintrin.h>
 
+#include <cstring>
+
 #include "encodings/url_codec.hpp"
 #include "text/cpu.hpp"
 
@@ -57,26 +59,68 @@ VQ_TARGET_AVX2 uint64_t cleanLength(const VQChar* text, uint64_t elementCount) {
   return at;
 }
 
-VQ_TARGET_AVX2 uint64_t copyClean(const char* text, uint64_t byteCount, char* target) {
-  uint64_t at = 0;
-  for (; byteCount - at >= stepElements; at += stepElements) {
-    const __m256i bytes = load32(text + at);
-    if (unescapedBits(bytes) != all) break;
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(target + at), bytes);
+namespace {
+
+// Copies the elements up to the next escape, rounded up to a step.
+VQ_TARGET_AVX2 inline void copyRun(char* target, const char* text, uint64_t) {
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(target), load32(text));
+}
+VQ_TARGET_AVX2 inline void copyRun(VQChar* target, const char* text, uint64_t count) {
+  for (uint64_t i = 0; i < count; i += 8) {
+    const __m128i bytes = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(text + i));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(target + i), _mm256_cvtepu8_epi32(bytes));
   }
+}
+
+inline void putEscape(char* target, char byte) {
+  std::memcpy(target, &escapes[static_cast<uint8_t>(byte)], 3);
+}
+inline void putEscape(VQChar* target, char byte) {
+  const Escape escape = escapes[static_cast<uint8_t>(byte)];
+  for (unsigned i = 0; i < 3; ++i) target[i] = static_cast<VQChar>(escape.characters[i]);
+}
+
+template <class Element>
+VQ_TARGET_AVX2 uint64_t escapeSteps(const char* text, uint64_t byteCount, Element** target,
+                                    int64_t freeElements, bool isInPlace) {
+  // With more of them a look at every single byte is faster. A run is read and written as a whole step: up to
+  // a step behind the present one in the source, and behind what the step's escapes make of it in the target.
+  constexpr int mostEscapes = 10;
+  constexpr auto step = static_cast<int64_t>(stepElements);
+  Element* end = *target;
+  uint64_t at = 0;
+  while (byteCount - at >= 2 * stepElements) {
+    uint32_t bits = ~unescapedBits(load32(text + at));
+    const int count = __builtin_popcount(bits);
+    if (count > mostEscapes || freeElements < step + 2 * mostEscapes) break;
+    uint64_t from = 0;
+    for (; bits != 0; bits &= bits - 1) {
+      const auto place = static_cast<uint64_t>(__builtin_ctz(bits));
+      copyRun(end, text + at + from, place - from);
+      end += place - from;
+      putEscape(end, text[at + place]);
+      end += 3;
+      from = place + 1;
+    }
+    copyRun(end, text + at + from, stepElements - from);
+    end += stepElements - from;
+    at += stepElements;
+    freeElements -= 2 * count + (isInPlace ? 0 : step);
+  }
+  *target = end;
   return at;
 }
 
-VQ_TARGET_AVX2 uint64_t copyClean(const char* text, uint64_t byteCount, VQChar* target) {
-  uint64_t at = 0;
-  for (; byteCount - at >= stepElements; at += stepElements) {
-    if (unescapedBits(load32(text + at)) != all) break;
-    for (uint64_t i = at; i < at + stepElements; i += 8) {
-      const __m128i bytes = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(text + i));
-      _mm256_storeu_si256(reinterpret_cast<__m256i*>(target + i), _mm256_cvtepu8_epi32(bytes));
-    }
-  }
-  return at;
+}  // namespace
+
+VQ_TARGET_AVX2 uint64_t escapeSparse(const char* text, uint64_t byteCount, char** target,
+                                     int64_t freeElements, bool isInPlace) {
+  return escapeSteps(text, byteCount, target, freeElements, isInPlace);
+}
+
+VQ_TARGET_AVX2 uint64_t escapeSparse(const char* text, uint64_t byteCount, VQChar** target,
+                                     int64_t freeElements, bool isInPlace) {
+  return escapeSteps(text, byteCount, target, freeElements, isInPlace);
 }
 
 VQ_TARGET_AVX2 uint64_t measure(const char* text, uint64_t byteCount, Measure* sum, uint32_t* reached) {
@@ -103,19 +147,39 @@ VQ_TARGET_AVX2 uint64_t measure(const char* text, uint64_t byteCount, Measure* s
   return at;
 }
 
-VQ_TARGET_AVX2 uint64_t moveUnescaped(const char* text, uint64_t byteCount, char* target) {
-  uint64_t at = 0;
-  for (; byteCount - at >= stepElements; at += stepElements) {
-    const __m256i bytes = load32(text + at);
+VQ_TARGET_AVX2 void unescape(char* text, uint64_t byteCount, uint64_t* at, uint64_t* written) {
+  const char* source = text + *at;
+  char* target = text + *written;
+  // The digits of the last escape of a step stand in the next one, and runs are copied as whole steps.
+  for (uint64_t left = byteCount - *at; left >= 2 * stepElements;
+       left = byteCount - static_cast<uint64_t>(source - text)) {
+    const __m256i bytes = load32(source);
     const __m256i special = _mm256_or_si256(_mm256_cmpeq_epi8(bytes, _mm256_set1_epi8('%')),
                                             _mm256_cmpeq_epi8(bytes, _mm256_set1_epi8('+')));
-    const auto bits = static_cast<uint32_t>(_mm256_movemask_epi8(special));
-    // A part of a step is stored as a whole one, which must not reach into the source behind it.
-    if (bits != 0 && text - target < static_cast<int64_t>(stepElements)) break;
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(target + at), bytes);
-    if (bits != 0) return at + static_cast<uint64_t>(__builtin_ctz(bits));
+    auto bits = static_cast<uint32_t>(_mm256_movemask_epi8(special));
+    // A whole step stored for a part of it must not reach into the source behind; and escapes that stand
+    // closely are faster taken one after the other.
+    if (bits != 0 && source - target < static_cast<int64_t>(stepElements)) break;
+    constexpr int mostEscapes = 7;
+    if (__builtin_popcount(bits) > mostEscapes) break;
+    const char* end = source + stepElements;
+    for (; bits != 0; bits &= bits - 1) {
+      const char* place = end - stepElements + __builtin_ctz(bits);
+      // A '%' in the place of a digit is none.
+      if (place < source) continue;
+      if (place != source) copyRun(target, source, 0);
+      target += place - source;
+      *target++ = *place == '+' ? ' ' : byteOfDigits(place + 1);
+      source = place + (*place == '+' ? 1 : 3);
+    }
+    if (source < end) {
+      copyRun(target, source, 0);
+      target += end - source;
+      source = end;
+    }
   }
-  return at;
+  *at = static_cast<uint64_t>(source - text);
+  *written = static_cast<uint64_t>(target - text);
 }
 
 }  // namespace vq::url::vector
