@@ -9,8 +9,8 @@
 
 #include <CLI/CLI.hpp>
 
-#include "choice_option.hpp"
 #include "encoding_option.hpp"
+#include "options.hpp"
 #include "ordered_work.hpp"
 #include "progress.hpp"
 #include "report.hpp"

@@ -13,9 +13,9 @@
 
 #include <CLI/CLI.hpp>
 
-#include "choice_option.hpp"
 #include "encoding_option.hpp"
 #include "escape.hpp"
+#include "options.hpp"
 #include "progress.hpp"
 #include "record_source.hpp"
 #include "session.hpp"
