@@ -9,8 +9,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include "choice_option.hpp"
 #include "encoding_option.hpp"
-#include "options.hpp"
 #include "ordered_work.hpp"
 #include "progress.hpp"
 #include "report.hpp"
@@ -61,13 +61,13 @@ struct BlockResult {
 // What one thread needs for itself: a pool, so that threads do not meet in one, and a validator in it.
 class BlockChecker {
  public:
-  BlockChecker(Session& session, const CheckOptions& options, const VQHostEncoding& encoding,
-               const RecordSource& source, const Reporter& reporter)
+  BlockChecker(Session& session, const CheckOptions& options, const RecordSource& source,
+               const Reporter& reporter)
       : options_(options), source_(source), reporter_(reporter) {
     VQPool* pool = nullptr;
     if (vqhostCreatePool(session.kernel(), "vqs check", &pool)) throw std::bad_alloc();
     pool_.reset(pool);
-    validator_.emplace(session, pool, options.constraint, encoding);
+    validator_.emplace(session, pool, options.constraint, source.format().encoding);
   }
 
   BlockResult operator()(RecordBlock& block) {
@@ -160,7 +160,7 @@ int check(Session& session, const CheckOptions& options) {
 
   std::vector<OrderedWork<BlockResult>::Worker> workers;
   for (unsigned count = usefulJobs(options.jobs, source); count > 0; --count) {
-    auto checker = std::make_shared<BlockChecker>(session, options, encoding, source, reporter);
+    auto checker = std::make_shared<BlockChecker>(session, options, source, reporter);
     workers.emplace_back([checker](RecordBlock& block) { return (*checker)(block); });
   }
 

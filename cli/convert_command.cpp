@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -12,9 +13,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include "choice_option.hpp"
 #include "encoding_option.hpp"
 #include "escape.hpp"
-#include "options.hpp"
 #include "progress.hpp"
 #include "record_source.hpp"
 #include "session.hpp"
@@ -123,8 +124,12 @@ class Conversion {
     Faults faults;
     PieceReader reader(path);
     const ConverterPointer converter = openConverter(session_, from_.number, to_.number);
-    for (uint64_t line = 1; reader.next(); line += countSeparators(reader.bytes(), format_)) {
-      if (!push(*converter, reader, line, faults)) break;
+    RecordFormat format = format_;
+    for (uint64_t line = 1; reader.next(); line += countSeparators(reader.bytes(), format)) {
+      if (reader.offset() == 0 && !format.foreignMark.empty() &&
+          reader.bytes().starts_with(format.foreignMark))
+        std::ranges::reverse(format.separator);
+      if (!push(*converter, reader, format, line, faults)) break;
       bytesDone_ += reader.bytes().size();
       progress_.update(bytesDone_);
     }
@@ -134,7 +139,8 @@ class Conversion {
 
  private:
   // False when the conversion stops in this piece.
-  bool push(VQHostConverter& converter, const PieceReader& reader, uint64_t line, Faults& faults) {
+  bool push(VQHostConverter& converter, const PieceReader& reader, const RecordFormat& format, uint64_t line,
+            Faults& faults) {
     std::string_view rest = reader.bytes();
     while (true) {
       VQHostProgress progress{};
@@ -146,25 +152,27 @@ class Conversion {
       if (status == VQSTATUS_TARGET_FULL) continue;
       if (status != VQSTATUS_BAD_SEQUENCE && status != VQSTATUS_SHORT_SEQUENCE)
         throw InputOutputFailure("the conversion fails: " + session_.statusText(status));
-      if (faults.count++ == 0) note(status, progress, reader, line, faults);
+      if (faults.count++ == 0) note(status, progress, reader, format, line, faults);
       if (options_.onError == OnError::Stop) return false;
       if (options_.onError == OnError::Replace)
         out_.write({target_.data(), vqhostConverterReplace(&converter, target_.data(), target_.size())});
     }
   }
 
-  void note(VQStatus status, const VQHostProgress& progress, const PieceReader& reader, uint64_t line,
-            Faults& faults) {
+  void note(VQStatus status, const VQHostProgress& progress, const PieceReader& reader,
+            const RecordFormat& format, uint64_t line, Faults& faults) {
     faults.offset = progress.offset;
     // A sequence that began in the piece before has no line's end in it.
     const uint64_t inPiece = progress.offset > reader.offset() ? progress.offset - reader.offset() : 0;
-    faults.line = line + countSeparators(reader.bytes().substr(0, inPiece), format_);
-    faults.what = describe(status, reader.at(progress.offset, progress.length));
+    faults.line = line + countSeparators(reader.bytes().substr(0, inPiece), format);
+    std::string sequence(reader.at(progress.offset, progress.length));
+    const bool isTurned = format.separator != format_.separator;
+    faults.what = describe(status, sequence, isTurned ? format_.foreignMark : format_.byteOrderMark);
   }
 
   // A sequence that is well-formed by itself has no place in the target. What escapes have selected does not
   // show in the sequence, so for encodings with escapes it stays open which of the two it was.
-  std::string describe(VQStatus status, std::string_view sequence) {
+  std::string describe(VQStatus status, const std::string& sequence, const std::string& mark) {
     std::string bytes;
     for (const char byte : sequence) {
       char hex[4];
@@ -177,7 +185,9 @@ class Conversion {
     const ConverterPointer converter = openConverter(session_, from_.number, ENC_UTF8);
     std::array<char, 256> text;
     VQHostProgress progress{};
-    if (vqhostConverterPush(converter.get(), sequence.data(), sequence.size(), 1, text.data(), text.size(),
+    // By itself the sequence does not tell its order where a mark did.
+    const std::string whole = format_.foreignMark.empty() ? sequence : mark + sequence;
+    if (vqhostConverterPush(converter.get(), whole.data(), whole.size(), 1, text.data(), text.size(),
                             &progress))
       return std::string("ill-formed ") + from_.name + ":" + bytes;
     return "no place in " + std::string(to_.name) + " for " + escapedUtf8({text.data(), progress.written});

@@ -25,8 +25,13 @@ std::string encoded(Session& session, uint32_t encoding, std::u32string_view tex
 std::string encodedInside(Session& session, uint32_t encoding, char32_t character) {
   const std::u32string two(2, character);
   const std::string once = encoded(session, encoding, std::u32string_view(two).substr(0, 1));
-  return encoded(session, encoding, two)
-      .substr(std::min(once.size(), encoded(session, encoding, two).size()));
+  const std::string twice = encoded(session, encoding, two);
+  return twice.substr(std::min(once.size(), twice.size()));
+}
+
+uint32_t numberOf(const char* name) {
+  const VQHostEncoding* encoding = vqhostFindEncoding(name);
+  return encoding ? encoding->number : 0;
 }
 
 size_t findSeparator(std::string_view bytes, std::string_view separator) {
@@ -39,7 +44,11 @@ size_t findSeparator(std::string_view bytes, std::string_view separator) {
 }  // namespace
 
 RecordFormat recordFormat(Session& session, uint32_t encoding, bool isNulSeparated) {
+  const bool isUtf16 = encoding == numberOf("UTF-16");
+  const bool hasEitherOrder = isUtf16 || encoding == numberOf("UTF-32");
+  if (hasEitherOrder) encoding = numberOf(isUtf16 ? "UTF-16BE" : "UTF-32BE");
   RecordFormat format;
+  format.encoding = encoding;
   if (encoding != ENC_UTF8) {
     format.separator = encodedInside(session, encoding, isNulSeparated ? U'\0' : U'\n');
     format.carriageReturn = encodedInside(session, encoding, U'\r');
@@ -52,6 +61,7 @@ RecordFormat recordFormat(Session& session, uint32_t encoding, bool isNulSeparat
   // forms have three bytes or the width of their unit.
   if (encoding == ENC_UTF8) format.byteOrderMark = "\xef\xbb\xbf";
   if (format.separator.size() > 1) format.byteOrderMark = encodedInside(session, encoding, U'\ufeff');
+  if (hasEitherOrder) format.foreignMark.assign(format.byteOrderMark.rbegin(), format.byteOrderMark.rend());
   return format;
 }
 
@@ -75,8 +85,17 @@ bool RecordSource::openNext() {
   isLive_ = file_->isLive();
   line_ = 1;
   offset_ = 0;
+  isTurned_ = false;
   carry_.clear();
   return true;
+}
+
+// Reverses the bytes of every whole unit.
+void RecordSource::turnUnits(std::string& bytes, size_t from, size_t end) const {
+  const size_t width = format_.separator.size();
+  for (size_t at = from; at + width <= end; at += width)
+    std::reverse(bytes.begin() + static_cast<ptrdiff_t>(at),
+                 bytes.begin() + static_cast<ptrdiff_t>(at + width));
 }
 
 // Reads behind `end`: a regular file until `bytes` is full, a live source as much as there is.
@@ -109,6 +128,7 @@ bool RecordSource::next(RecordBlock& block) {
     block.firstLine = line_;
     const size_t width = format_.separator.size();
     size_t end = carry_.size();
+    size_t turned = end / width * width;
     size_t searched = 0;
     size_t recordsEnd = 0;
     block.bytes.resize(std::max(blockBytes, 2 * end));
@@ -118,6 +138,10 @@ bool RecordSource::next(RecordBlock& block) {
       // A record longer than the block: the block grows, and only what is new is searched.
       if (end == block.bytes.size()) block.bytes.resize(2 * end);
       end = readInto(block.bytes, end, isAtEnd);
+      if (offset_ == 0 && turned == 0 && !format_.foreignMark.empty())
+        isTurned_ = block.bytes.starts_with(format_.foreignMark);
+      if (isTurned_) turnUnits(block.bytes, turned, end);
+      turned = end / width * width;
       if (isAtEnd) {
         recordsEnd = end;
         break;

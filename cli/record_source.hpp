@@ -20,12 +20,17 @@ namespace vqs {
 
 // How records are told apart in an encoding.
 struct RecordFormat {
+  // What the records come in. UTF-16 and UTF-32 of either order come with the high byte first: the source
+  // turns files round whose mark says so.
+  uint32_t encoding = ENC_UTF8;
   // In the encoding of the input: 1, 2 or 4 bytes.
   std::string separator = "\n";
   // What one separator may have before it; empty for NUL-separated input.
   std::string carriageReturn = "\r";
   // Skipped at the start of a file; empty when the encoding has none.
   std::string byteOrderMark;
+  // The mark of a file in the other order; empty when the order is given.
+  std::string foreignMark;
 };
 
 // The format for an encoding by number; `isNulSeparated` for -0.
@@ -74,6 +79,7 @@ class RecordSource {
  private:
   bool openNext();
   size_t readInto(std::string& bytes, size_t end, bool& isAtEnd);
+  void turnUnits(std::string& bytes, size_t from, size_t end) const;
   size_t endOfLastRecord(std::string_view bytes, size_t from) const;
 
   std::vector<std::string> files_;
@@ -81,6 +87,7 @@ class RecordSource {
   size_t nextFile_ = 0;
   std::optional<InputFile> file_;
   std::atomic<bool> isLive_ = false;
+  bool isTurned_ = false;
   uint64_t line_ = 1;
   uint64_t offset_ = 0;
   // The beginning of a record whose end has not been read.

@@ -29,12 +29,11 @@ VQTranscoder* transcoderBetween(Session& session, uint32_t source, uint32_t targ
 
 }  // namespace
 
-Validator::Validator(Session& session, VQPool* pool, const ConstraintOptions& options,
-                     const VQHostEncoding& encoding)
+Validator::Validator(Session& session, VQPool* pool, const ConstraintOptions& options, uint32_t encoding)
     : kernel_(session.kernel()),
       service_(session.service()),
       pool_(pool),
-      encoding_(encoding.number),
+      encoding_(encoding),
       unit_(options.unit),
       constraint_(session, pool, options),
       decoder_(encoding_ == ENC_WIDE ? nullptr : transcoderBetween(session, encoding_, ENC_WIDE)),

@@ -33,7 +33,7 @@ struct Verdict {
 class Validator {
  public:
   // `pool` serves this validator alone. Failures are those of Constraint.
-  Validator(Session& session, VQPool* pool, const ConstraintOptions& options, const VQHostEncoding& encoding);
+  Validator(Session& session, VQPool* pool, const ConstraintOptions& options, uint32_t encoding);
   ~Validator();
   Validator(const Validator&) = delete;
   Validator& operator=(const Validator&) = delete;

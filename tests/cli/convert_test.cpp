@@ -38,6 +38,7 @@ TEST(Convert, WritesTheTargetAndTellsTheFirstFault) {
       {"UTF-16LE", "UTF-8", "stop", "\n\0\n\n\n\0\x00\xdc"s, "\n\xe0\xa8\x8a\n",
        "-:3: byte 6: ill-formed UTF-16LE"},
       {"UTF-16LE", "UTF-8", "skip", "a\0b"s, "a", "-:1: byte 2: incomplete UTF-16LE: 62"},
+      {"UTF-16", "UTF-8", "stop", "\xff\xfe\n\0\x00\xdc"s, "\n", "-:2: byte 4: ill-formed UTF-16"},
       {"Shift_JIS", "UTF-8", "stop", "\x93\x8c\n\x81\x01", "\xe6\x9d\xb1\n",
        "-:2: byte 3: ill-formed Shift_JIS"},
   };

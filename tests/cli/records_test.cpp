@@ -53,6 +53,13 @@ TEST(Records, AreFoundInEveryEncoding) {
        "a\0\r\0\n\0\x0a\x0a\n\0b\0"s,
        "1:2:a 2:8:\xe0\xa8\x8a 3:12:b"},
       {{"--encoding", "UTF-16BE"}, "\x0a\0\0\n\0b"s, "1:0:\xe0\xa8\x80 2:4:b"},
+      {{"--encoding", "UTF-16"},
+       "\xff\xfe"
+       "a\0\r\0\n\0b\0"s,
+       "1:2:a 2:8:b"},
+      {{"--encoding", "UTF-16"}, "\xfe\xff\0a\0\n\0b"s, "1:2:a 2:6:b"},
+      {{"--encoding", "UTF-16"}, "\0a\0\n\0b"s, "1:0:a 2:4:b"},
+      {{"--encoding", "UTF-32"}, "\xff\xfe\0\0a\0\0\0\n\0\0\0b\0\0\0"s, "1:4:a 2:12:b"},
       {{"--encoding", "UTF-32BE"}, "\0\0\0a\0\0\0\n\0\0\0b"s, "1:0:a 2:8:b"},
       {{"--encoding", "IBM500"}, "\x81\x25\x82", "1:0:a 2:2:b"},
       {{"--encoding", "KOI8-R"}, "\xc1\n\xc2", "1:0:\xd0\xb0 2:2:\xd0\xb1"},

@@ -207,8 +207,8 @@ TEST(Utf8Blanks, StrippedByMode) {
   for (const auto& [text, left0, left1, left2] : cases) {
     test::GuardedBuffer<uint8_t> buffer(text.size());
     std::memcpy(buffer.data(), text.data(), text.size());
-    const auto left = [&](uint32_t mode) {
-      return vqzsu8StripBlanks(chars(buffer.data()), text.size(), mode);
+    const auto left = [bytes = chars(buffer.data()), size = text.size()](uint32_t mode) {
+      return vqzsu8StripBlanks(bytes, size, mode);
     };
     EXPECT_EQ(left(0), left0) << testing::PrintToString(text);
     EXPECT_EQ(left(1), left1) << testing::PrintToString(text);
