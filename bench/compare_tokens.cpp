@@ -10,6 +10,8 @@
 #include <ranges>
 #include <string>
 #include <string_view>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "samples.hpp"
@@ -34,25 +36,41 @@ std::vector<std::basic_string<Element>> commaTexts(size_t count, size_t elementC
   return texts;
 }
 
+// Strings over the texts are made beforehand, as a program has them.
+template <class Element>
+struct Sample {
+  using String = std::conditional_t<sizeof(Element) == 1, VQU8String, VQString>;
+
+  explicit Sample(std::basic_string<Element> contents) : text(std::move(contents)) {}
+  // In its place for good: the string borrows the text.
+  void borrow() {
+    string.text = text.data();
+    string.length = static_cast<decltype(string.length)>(text.size());
+  }
+
+  std::basic_string<Element> text;
+  String string{};
+};
+
 // `walk` answers the number of tokens of one text.
 template <class Element, class Walk>
 void measure(benchmark::State& state, size_t textCount, size_t elementCount, Walk walk) {
-  const auto texts = commaTexts<Element>(textCount, elementCount);
+  std::vector<Sample<Element>> samples;
+  for (auto& text : commaTexts<Element>(textCount, elementCount)) samples.emplace_back(text);
+  for (auto& sample : samples) sample.borrow();
   size_t next = 0, tokens = 0;
   for (auto _ : state) {
-    tokens += walk(texts[next]);
-    if (++next == texts.size()) next = 0;
+    tokens += walk(samples[next]);
+    if (++next == samples.size()) next = 0;
   }
   state.counters["ns/token"] = benchmark::Counter(static_cast<double>(tokens) * 1e-9,
                                                   benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
-size_t wideTokens(const std::u32string& text) {
-  VQString source{}, token{};
-  source.text = const_cast<VQChar*>(text.data());
-  source.length = static_cast<int64_t>(text.size());
+size_t wideTokens(Sample<char32_t>& sample) {
+  static VQString token;
   VQTokenizer walk;
-  vqStringTokenizeStart(&source, &walk);
+  vqStringTokenizeStart(&sample.string, &walk);
   const VQChar comma = U',';
   size_t count = 0;
   for (; walk.tokenizeText(&walk, &comma, 1, &token) != nullptr; ++count) {
@@ -61,28 +79,28 @@ size_t wideTokens(const std::u32string& text) {
   return count;
 }
 
-size_t u8Tokens(const std::string& text) {
-  VQU8String source{}, token{};
-  source.text = const_cast<char*>(text.data());
-  source.length = text.size();
+size_t u8Tokens(Sample<char>& sample) {
+  static VQU8String token;
   VQU8Tokenizer walk;
-  vqU8StringTokenizeStart(&source, &walk);
+  vqU8StringTokenizeStart(&sample.string, &walk);
   size_t count = 0;
   for (; walk.tokenizeU8(&walk, ",", 1, &token) != nullptr; ++count) benchmark::DoNotOptimize(token.length);
   return count;
 }
 
 template <class Element>
-size_t splitTokens(const std::basic_string<Element>& text) {
+size_t splitTokens(Sample<Element>& sample) {
   size_t count = 0;
-  for (auto part : std::views::split(std::basic_string_view<Element>(text), static_cast<Element>(','))) {
+  for (auto part :
+       std::views::split(std::basic_string_view<Element>(sample.text), static_cast<Element>(','))) {
     benchmark::DoNotOptimize(std::ranges::distance(part));
     ++count;
   }
   return count;
 }
 
-size_t wmemchrTokens(const std::u32string& text) {
+size_t wmemchrTokens(Sample<char32_t>& sample) {
+  const std::u32string& text = sample.text;
   const auto* at = reinterpret_cast<const wchar_t*>(text.data());
   const wchar_t* const end = at + text.size();
   size_t count = 0;
@@ -95,7 +113,8 @@ size_t wmemchrTokens(const std::u32string& text) {
   return count;
 }
 
-size_t memchrTokens(const std::string& text) {
+size_t memchrTokens(Sample<char>& sample) {
+  const std::string& text = sample.text;
   const char* at = text.data();
   const char* const end = at + text.size();
   size_t count = 0;
