@@ -3,7 +3,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "choice_option.hpp"
+#include "options.hpp"
 #include "record_work.hpp"
 #include "text_argument.hpp"
 

@@ -4,9 +4,9 @@
 
 #include <CLI/CLI.hpp>
 
-#include "choice_option.hpp"
 #include "escape.hpp"
 #include "file_chunks.hpp"
+#include "options.hpp"
 #include "session.hpp"
 
 namespace vqs {
