@@ -37,7 +37,8 @@ struct CheckOptions {
 };
 
 const char* const explanation =
-    "Each line of the input is one value. A value passes when its length is within the bounds, when it "
+    "Check every line of files against a constraint. Each line is one value. A value passes when its length "
+    "is within the bounds, when it "
     "equals "
     "one of the values or matches one of the patterns (if any are given), and when no built-in pattern "
     "against script injection is found in it. A pattern has to match at the start of the value; end it with "
@@ -259,8 +260,7 @@ void addOutputOptions(CLI::App& command, CheckOptions& options) {
 
 void addCheck(CLI::App& app, Session& session) {
   auto options = std::make_shared<CheckOptions>();
-  CLI::App* command = app.add_subcommand("check", "Check every line against a constraint");
-  command->description(explanation);
+  CLI::App* command = app.add_subcommand("check", explanation);
   command->footer(examples);
   addConstraintOptions(*command, options->constraint);
   addInputOptions(*command, *options);

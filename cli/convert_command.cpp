@@ -259,8 +259,7 @@ int convert(Session& session, const ConvertOptions& options) {
 
 void addConvert(CLI::App& app, Session& session) {
   auto options = std::make_shared<ConvertOptions>();
-  CLI::App* command = app.add_subcommand("convert", "Convert files from one encoding to another");
-  command->description(explanation);
+  CLI::App* command = app.add_subcommand("convert", explanation);
   command->footer(examples);
   addFiles(*command, options->files);
   command->add_option("-f,--from", options->from, "Encoding of the input; vqs encodings lists the names")

@@ -6,6 +6,7 @@
 
 #include "command.hpp"
 #include "escape.hpp"
+#include "help_formatter.hpp"
 #include "session.hpp"
 
 namespace {
@@ -78,6 +79,7 @@ int main(int argc, char** argv) {
   // A write to a closed pipe comes back as an error, so that everything is given back on the way out.
   std::signal(SIGPIPE, SIG_IGN);
   CLI::App app{introduction, "vqs"};
+  app.formatter(std::make_shared<vqs::HelpFormatter>());
   app.set_version_flag("--version", versionText);
   app.set_help_all_flag("--help-all", "Print the help of every command");
   app.footer(exitCodes);
