@@ -35,10 +35,8 @@ struct UpToThree {
   static size_t countOf(const Regular& regular) { return regular.characterCount + regular.fourByteCount; }
 };
 
-// How far to step singly where a block is not regular, before blocks are tried again; at the start of a text,
-// as far as a block looks back.
+// How far to step singly where a block is not regular, before blocks are tried again.
 constexpr size_t singleRun = 64;
-constexpr size_t openingRun = lookBack;
 
 // The bytes of ASCII that come next, as far as one look sees.
 inline size_t asciiRun(const uint8_t* at, size_t byteCount) {
@@ -62,12 +60,12 @@ Counted countCharacters(const uint8_t* text, size_t limit, size_t end) {
   size_t at = 0;
   size_t characters = 0;
   while (at < limit) {
-    const Regular regular = regularPrefix(text, at, limit);
+    const Regular regular = regularPrefix(text + at, limit - at);
     at += regular.byteCount;
     characters += Stepping::countOf(regular);
-    const size_t run = at < openingRun && limit > singleRun ? openingRun : singleRun;
-    const size_t stop = std::min(limit, at + run);
-    while (at < stop) {
+    const size_t stop = std::min(limit, at + singleRun);
+    // Blocks need a first byte to begin with.
+    while (at < stop || (at < limit && isContinuation(text[at]))) {
       if (const size_t ascii = asciiRun(text + at, stop - at); ascii > 0) {
         at += ascii;
         characters += ascii;
@@ -161,15 +159,17 @@ void vqzsu8Lengths(const char* text, uint64_t* characterCount, uint64_t* byteCou
 }
 
 uint64_t vqzsu8ByteLength(const char* text, uint64_t characterCount) {
+  constexpr size_t longestCutOff = 3;
   const uint8_t* bytes = bytesOf(text);
   size_t at = 0;
   while (characterCount > 0) {
     // The characters still to come have at least a byte each, so as many bytes are there to be read.
-    const Regular regular = regularPrefix(bytes, at, at + characterCount);
+    const Regular regular = regularPrefix(bytes + at, characterCount);
+    const bool hasEnded = regular.byteCount + longestCutOff >= characterCount;
     at += regular.byteCount;
     characterCount -= regular.characterCount;
-    for (uint64_t run = std::min<uint64_t>(characterCount, at < openingRun ? openingRun : singleRun); run > 0;
-         --run, --characterCount) {
+    if (hasEnded && regular.byteCount > 0) continue;
+    for (uint64_t run = std::min<uint64_t>(characterCount, singleRun); run > 0; --run, --characterCount) {
       at += carefulStep(bytes + at, SIZE_MAX);
     }
   }
