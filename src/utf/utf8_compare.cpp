@@ -12,6 +12,7 @@
 #include "utf/utf8_alike.hpp"
 #include "utf/utf_steps.hpp"
 #include "vqstring/host.h"
+#include "vqstring/text.h"
 #include "vqstring/utf.h"
 
 namespace {
@@ -192,10 +193,32 @@ class BlockSkips {
 
 }  // namespace
 
+namespace {
+
+inline uint64_t bigEndianWord(const char* at) {
+  uint64_t bytes;
+  std::memcpy(&bytes, at, sizeof bytes);
+  return __builtin_bswap64(bytes);
+}
+
+// The order of 8 to 16 bytes: the first eight and the last eight.
+inline int32_t compareByWords(const char* first, const char* second, size_t byteCount) {
+  uint64_t a = bigEndianWord(first);
+  uint64_t b = bigEndianWord(second);
+  if (a == b) {
+    a = bigEndianWord(first + byteCount - sizeof a);
+    b = bigEndianWord(second + byteCount - sizeof b);
+  }
+  return (a > b) - (a < b);
+}
+
+}  // namespace
+
 int32_t vqzsu8Compare(const char* first, uint64_t firstBytes, const char* second, uint64_t secondBytes) {
   const uint64_t shared = std::min(firstBytes, secondBytes);
-  const int order = shared == 0 ? 0 : std::memcmp(first, second, shared);
-  if (order != 0) return order < 0 ? -1 : 1;
+  const int32_t order =
+      shared - 8 <= 8 ? compareByWords(first, second, shared) : mhMemCmp(first, second, shared);
+  if (order != 0) return order;
   return firstBytes == secondBytes ? 0 : firstBytes < secondBytes ? -1 : 1;
 }
 

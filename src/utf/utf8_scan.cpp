@@ -48,6 +48,16 @@ inline size_t asciiRun(const uint8_t* at, size_t byteCount) {
   return bytes == 0 ? 8 : static_cast<size_t>(std::countr_zero(bytes)) / 8;
 }
 
+// A text of 8 to 16 bytes, all ASCII: two looks that may overlap.
+inline bool isShortAscii(const uint8_t* text, size_t byteCount) {
+  if (byteCount - 8 > 8) return false;
+  uint64_t first;
+  uint64_t last;
+  std::memcpy(&first, text, sizeof first);
+  std::memcpy(&last, text + byteCount - sizeof last, sizeof last);
+  return ((first | last) & 0x8080808080808080) == 0;
+}
+
 struct Counted {
   size_t byteCount;
   size_t characterCount;
@@ -80,6 +90,7 @@ Counted countCharacters(const uint8_t* text, size_t limit, size_t end) {
 
 template <class Stepping>
 size_t countCharacters(const char* text, uint64_t byteCount) {
+  if (isShortAscii(bytesOf(text), byteCount)) return byteCount;
   return countCharacters<Stepping>(bytesOf(text), byteCount, byteCount).characterCount;
 }
 
