@@ -195,31 +195,42 @@ class BlockSkips {
 
 namespace {
 
-inline uint64_t bigEndianWord(const char* at) {
+inline uint64_t wordAt(const char* at) {
   uint64_t bytes;
   std::memcpy(&bytes, at, sizeof bytes);
-  return __builtin_bswap64(bytes);
+  return bytes;
 }
 
-// The order of 8 to 16 bytes: the first eight and the last eight.
+// The order of 8 to 16 bytes: the first eight, then the last eight.
 inline int32_t compareByWords(const char* first, const char* second, size_t byteCount) {
-  uint64_t a = bigEndianWord(first);
-  uint64_t b = bigEndianWord(second);
+  const size_t last = byteCount - sizeof(uint64_t);
+  uint64_t a = wordAt(first);
+  uint64_t b = wordAt(second);
   if (a == b) {
-    a = bigEndianWord(first + byteCount - sizeof a);
-    b = bigEndianWord(second + byteCount - sizeof b);
+    a = wordAt(first + last);
+    b = wordAt(second + last);
+    if (a == b) return 0;
   }
-  return (a > b) - (a < b);
+  return __builtin_bswap64(a) < __builtin_bswap64(b) ? -1 : 1;
+}
+
+inline int32_t compareBytes(const char* first, const char* second, size_t byteCount) {
+  return byteCount - 8 <= 8 ? compareByWords(first, second, byteCount) : mhMemCmp(first, second, byteCount);
+}
+
+__attribute__((noinline)) int32_t compareUnequalLengths(const char* first, uint64_t firstBytes,
+                                                        const char* second, uint64_t secondBytes) {
+  const int32_t order = compareBytes(first, second, std::min(firstBytes, secondBytes));
+  if (order != 0) return order;
+  return firstBytes < secondBytes ? -1 : 1;
 }
 
 }  // namespace
 
 int32_t vqzsu8Compare(const char* first, uint64_t firstBytes, const char* second, uint64_t secondBytes) {
-  const uint64_t shared = std::min(firstBytes, secondBytes);
-  const int32_t order =
-      shared - 8 <= 8 ? compareByWords(first, second, shared) : mhMemCmp(first, second, shared);
-  if (order != 0) return order;
-  return firstBytes == secondBytes ? 0 : firstBytes < secondBytes ? -1 : 1;
+  // Equal lengths leave nothing to do behind the call: it is the last one, and no register is saved.
+  if (firstBytes == secondBytes) return compareBytes(first, second, firstBytes);
+  return compareUnequalLengths(first, firstBytes, second, secondBytes);
 }
 
 int32_t vqzsu8CompareText(const char* first, uint64_t firstBytes, const char* second, uint64_t secondBytes,
