@@ -19,10 +19,10 @@ enum class Plain {
 inline constexpr size_t leastPlainBytes = 32;
 
 // Copies the plain text that begins at the character boundary `source` and ends on a whole character, and
-// returns its bytes. Up to `byteCount` are read, no more than `room` are stored; bytes of the target behind
-// the result may have been stored only where `reserve` bytes follow them: whatever a translator puts next
-// covers them. Nothing at all for texts or room below `leastPlainBytes`, and on processors without vector
-// code.
+// returns its bytes. Up to `byteCount` are read, no more than `room` are stored. Up to three bytes of the
+// target behind the result may have been stored too, but only where six or more have room there: whatever a
+// translator puts next then covers them. Nothing at all for texts or room below `leastPlainBytes`, and on
+// processors without vector code.
 size_t copyPlain(const uint8_t* source, size_t byteCount, uint8_t* target, size_t room, Plain plain);
 
 }  // namespace vq::utf8
