@@ -1,5 +1,9 @@
 // The translators on text without supplementary characters, beside a copy; on emoji every character is
 // translated.
+//
+// Where memcpy moves 64 bytes at once, 4 KiB reach .35 to .65 of it on ASCII, and on other scripts .28 to .30
+// to CESU-8, .23 to .27 to modified UTF-8 and .21 to .23 from it: the checks take 7 to 9 operations for each
+// 32 bytes. At 1 MiB nothing is left of the difference.
 #include <cstring>
 
 #include "utf_samples.hpp"

@@ -56,9 +56,9 @@ VQ_INLINE_AVX2 uint64_t differenceLong(const uint8_t* first, const uint8_t* seco
   }
   uint64_t i = differenceInStep(first, second);
   if (i != stepBytes) return i;
-  // On from a boundary of one of the two, up to a last step that ends with the runs.
-  i = stepBytes - blockBytes + bytesToBoundary(first);
+  // On from a boundary of one of the two, up to a last step that ends with the runs; two steps need none.
   const uint8_t* const end = first + byteCount - stepBytes;
+  i = byteCount <= 2 * stepBytes ? byteCount : stepBytes - blockBytes + bytesToBoundary(first);
   const uint8_t* b = second + i;
   for (const uint8_t* a = first + i; a < end; a += stepBytes, b += stepBytes) {
     const uint64_t place = differenceInStep(a, b);

@@ -84,13 +84,106 @@ VQ_TARGET_AVX2 inline bool addRegular(const uint8_t* at, Regular& regular) {
   return true;
 }
 
+VQ_TARGET_AVX2 inline uint64_t maskOf(__m256i bytes) {
+  return static_cast<uint32_t>(_mm256_movemask_epi8(bytes));
+}
+VQ_TARGET_AVX2 inline __m256i from(__m256i least, __m256i bytes) {
+  return _mm256_cmpeq_epi8(_mm256_max_epu8(bytes, least), bytes);
+}
+
+// A text of 4 to 64 bytes, a bit for each. It is read in two pieces, the second one ending with it, and their
+// bits are laid over each other.
+struct Short {
+  size_t byteCount;
+  uint64_t beyondAscii;
+  uint64_t continuations;
+  uint64_t firstOfThree;  // or more
+  uint64_t firstOfFour;
+  uint64_t firstOfFive;
+};
+
+VQ_TARGET_AVX2 inline Short readUpTo64(const uint8_t* text, size_t byteCount) {
+  const __m256i a = loadBytes(text);
+  const __m256i b = loadBytes(text + byteCount - 32);
+  const size_t place = byteCount - 32;
+  return {byteCount,
+          maskOf(a) | maskOf(b) << place,
+          maskOf(_mm256_cmpgt_epi8(splat8<0xC0>(), a)) | maskOf(_mm256_cmpgt_epi8(splat8<0xC0>(), b))
+                                                             << place,
+          maskOf(from(splat8<0xE0>(), a)) | maskOf(from(splat8<0xE0>(), b)) << place,
+          maskOf(from(splat8<0xF0>(), a)) | maskOf(from(splat8<0xF0>(), b)) << place,
+          maskOf(from(splat8<0xF8>(), a)) | maskOf(from(splat8<0xF8>(), b)) << place};
+}
+
+// Up to 32: both pieces in one vector, filled with zeros.
+VQ_TARGET_AVX2 inline Short readUpTo32(const uint8_t* text, size_t byteCount) {
+  const size_t pieceBytes = byteCount >= 16 ? 16 : byteCount >= 8 ? 8 : 4;
+  const size_t place = byteCount - pieceBytes;
+  __m128i first;
+  __m128i second;
+  if (pieceBytes == 16) {
+    first = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
+    second = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + place));
+  } else if (pieceBytes == 8) {
+    first = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(text));
+    second = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(text + place));
+  } else {
+    first = _mm_loadu_si32(text);
+    second = _mm_loadu_si32(text + place);
+  }
+  const __m256i both = _mm256_inserti128_si256(_mm256_castsi128_si256(first), second, 1);
+  const auto lay = [place](uint64_t mask) { return (mask & 0xFFFF) | mask >> 16 << place; };
+  return {byteCount,
+          lay(maskOf(both)),
+          lay(maskOf(_mm256_cmpgt_epi8(splat8<0xC0>(), both))),
+          lay(maskOf(from(splat8<0xE0>(), both))),
+          lay(maskOf(from(splat8<0xF0>(), both))),
+          lay(maskOf(from(splat8<0xF8>(), both)))};
+}
+
+// The whole of a short text when it is regular, but for a character that its end cuts off: that one counts
+// as if it were whole.
+VQ_TARGET_AVX2 inline Regular judge(const Short& text) {
+  if (text.beyondAscii == 0) return {text.byteCount, text.byteCount, 0};
+  const uint64_t firsts = text.beyondAscii & ~text.continuations;
+  const uint64_t due = firsts << 1 | text.firstOfThree << 2 | text.firstOfFour << 3;
+  const uint64_t wrong = due ^ text.continuations;
+  if (text.firstOfFive != 0 || wrong << (64 - text.byteCount) != 0) return {};
+  return {text.byteCount, text.byteCount - static_cast<size_t>(__builtin_popcountll(text.continuations)),
+          static_cast<size_t>(__builtin_popcountll(text.firstOfFour))};
+}
+
+// What is left behind the whole blocks, as the end of one more block.
+VQ_TARGET_AVX2 inline void addTail(const uint8_t* end, size_t byteCount, Regular& regular) {
+  const uint8_t* at = end - 32;
+  const __m256i zero = _mm256_setzero_si256();
+  Lanes lanes{zero, zero, zero};
+  addBlock(at, lanes);
+  if (!_mm256_testz_si256(lanes.faults, lanes.faults) || reaches(lanes.largest, splat8<0xF8>())) return;
+  const size_t known = 32 - byteCount;
+  const auto countNew = [known](uint64_t mask) {
+    return static_cast<size_t>(__builtin_popcountll(mask >> known));
+  };
+  regular.byteCount += byteCount;
+  regular.characterCount += byteCount - countNew(maskOf(lanes.continuations));
+  regular.fourByteCount += countNew(maskOf(from(splat8<0xF0>(), loadBytes(at))));
+}
+
 VQ_TARGET_AVX2 Regular regularPrefixAvx2(const uint8_t* text, size_t byteCount) {
   Regular regular;
-  // In broken text the bytes in front may announce what the walk has not gone by.
-  if (unfinishedBytes(text) != 0) return regular;
-  while (byteCount - regular.byteCount >= 128 && addRegular<4>(text + regular.byteCount, regular)) {
-  }
-  while (byteCount - regular.byteCount >= 32 && addRegular<1>(text + regular.byteCount, regular)) {
+  if (byteCount <= 32) {
+    regular = judge(readUpTo32(text, byteCount));
+  } else {
+    // Nothing stands before the first bytes, so they are read apart.
+    regular = judge(readUpTo64(text, byteCount < 64 ? byteCount : 64));
+    const auto left = [&] { return byteCount - regular.byteCount; };
+    if (regular.byteCount == 64) {
+      while (left() >= 128 && addRegular<4>(text + regular.byteCount, regular)) {
+      }
+      while (left() >= 32 && addRegular<1>(text + regular.byteCount, regular)) {
+      }
+      if (left() > 0 && left() < 32) addTail(text + byteCount, left(), regular);
+    }
   }
   if (regular.byteCount == 0) return regular;
   const uint8_t* end = text + regular.byteCount;
@@ -102,71 +195,10 @@ VQ_TARGET_AVX2 Regular regularPrefixAvx2(const uint8_t* text, size_t byteCount) 
   return regular;
 }
 
-template <class Matches>
-VQ_TARGET_AVX2 inline bool anyByte(const uint8_t* at, size_t blocks, Matches matches) {
-  __m256i found = _mm256_setzero_si256();
-  for (; blocks > 0; --blocks, at += 32) found = _mm256_or_si256(found, matches(at));
-  return !_mm256_testz_si256(found, found);
-}
-
-struct IsZero {
-  VQ_TARGET_AVX2 __m256i operator()(const uint8_t* at) const {
-    return _mm256_cmpeq_epi8(loadBytes(at), _mm256_setzero_si256());
-  }
-};
-struct IsOverlongTwo {
-  VQ_TARGET_AVX2 __m256i operator()(const uint8_t* at) const {
-    return _mm256_cmpeq_epi8(_mm256_and_si256(loadBytes(at), splat8<0xFE>()), splat8<0xC0>());
-  }
-};
-struct IsInSurrogate {
-  VQ_TARGET_AVX2 __m256i operator()(const uint8_t* at) const {
-    const __m256i here = loadBytes(at);
-    const __m256i isUpper = _mm256_cmpeq_epi8(_mm256_max_epu8(here, splat8<0xA0>()), here);
-    return _mm256_and_si256(_mm256_cmpeq_epi8(loadBytes(at - 1), splat8<0xED>()), isUpper);
-  }
-};
-
-template <Plain plain, size_t blocks>
-VQ_TARGET_AVX2 inline bool isPlain(const uint8_t* at) {
-  if (plain == Plain::toPairsWithoutZero && anyByte(at, blocks, IsZero{})) return false;
-  __m256i all = loadBytes(at);
-  for (size_t i = 1; i < blocks; ++i) all = _mm256_or_si256(all, loadBytes(at + 32 * i));
-  if (_mm256_movemask_epi8(all) == 0) return unfinishedBytes(at) == 0;
-  const __m256i zero = _mm256_setzero_si256();
-  Lanes lanes{zero, zero, zero};
-  for (size_t i = 0; i < blocks; ++i) addBlock(at + 32 * i, lanes);
-  if (!_mm256_testz_si256(lanes.faults, lanes.faults)) return false;
-  if (plain == Plain::fromPairs) {
-    if (reaches(lanes.largest, splat8<0xF5>()) || anyByte(at, blocks, IsOverlongTwo{})) return false;
-  } else if (reaches(lanes.largest, splat8<0xF0>())) {
-    return false;
-  }
-  // 0xED itself may be the last byte of the block before.
-  const bool hasNoSurrogate = !reaches(lanes.largest, splat8<0xED>()) && at[-1] != 0xED;
-  return hasNoSurrogate || !anyByte(at, blocks, IsInSurrogate{});
-}
-
-template <Plain plain>
-VQ_TARGET_AVX2 size_t plainPrefixAvx2(const uint8_t* text, size_t byteCount) {
-  size_t at = 0;
-  if (unfinishedBytes(text) != 0) return 0;
-  while (byteCount - at >= 128 && isPlain<plain, 4>(text + at)) at += 128;
-  while (byteCount - at >= 32 && isPlain<plain, 1>(text + at)) at += 32;
-  return at == 0 ? 0 : at - unfinishedBytes(text + at);
-}
-
 }  // namespace
 
-size_t plainPrefix(const uint8_t* text, size_t at, size_t byteCount, Plain plain) {
-  if (at < lookBack || byteCount - at < 32 || !cpu::hasAvx2()) return 0;
-  if (plain == Plain::toPairs) return plainPrefixAvx2<Plain::toPairs>(text + at, byteCount - at);
-  if (plain == Plain::fromPairs) return plainPrefixAvx2<Plain::fromPairs>(text + at, byteCount - at);
-  return plainPrefixAvx2<Plain::toPairsWithoutZero>(text + at, byteCount - at);
-}
-
-Regular regularBlocks(const uint8_t* text, size_t at, size_t byteCount) {
-  return cpu::hasAvx2() ? regularPrefixAvx2(text + at, byteCount - at) : Regular{};
+Regular regularBlocks(const uint8_t* text, size_t byteCount) {
+  return cpu::hasAvx2() ? regularPrefixAvx2(text, byteCount) : Regular{};
 }
 
 }  // namespace vq::utf8

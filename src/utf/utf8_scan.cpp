@@ -35,10 +35,8 @@ struct UpToThree {
   static size_t countOf(const Regular& regular) { return regular.characterCount + regular.fourByteCount; }
 };
 
-// How far to step singly where a block is not regular, before blocks are tried again; at the start of a text,
-// as far as a block looks back.
+// How far to step singly where a block is not regular, before blocks are tried again.
 constexpr size_t singleRun = 64;
-constexpr size_t openingRun = lookBack;
 
 // The bytes of ASCII that come next, as far as one look sees.
 inline size_t asciiRun(const uint8_t* at, size_t byteCount) {
@@ -48,6 +46,16 @@ inline size_t asciiRun(const uint8_t* at, size_t byteCount) {
   std::memcpy(&bytes, at, sizeof bytes);
   bytes &= 0x8080808080808080;
   return bytes == 0 ? 8 : static_cast<size_t>(std::countr_zero(bytes)) / 8;
+}
+
+// A text of 8 to 16 bytes, all ASCII: two looks that may overlap.
+inline bool isShortAscii(const uint8_t* text, size_t byteCount) {
+  if (byteCount - 8 > 8) return false;
+  uint64_t first;
+  uint64_t last;
+  std::memcpy(&first, text, sizeof first);
+  std::memcpy(&last, text + byteCount - sizeof last, sizeof last);
+  return ((first | last) & 0x8080808080808080) == 0;
 }
 
 struct Counted {
@@ -62,12 +70,12 @@ Counted countCharacters(const uint8_t* text, size_t limit, size_t end) {
   size_t at = 0;
   size_t characters = 0;
   while (at < limit) {
-    const Regular regular = regularPrefix(text, at, limit);
+    const Regular regular = regularPrefix(text + at, limit - at);
     at += regular.byteCount;
     characters += Stepping::countOf(regular);
-    const size_t run = at < openingRun && limit > singleRun ? openingRun : singleRun;
-    const size_t stop = std::min(limit, at + run);
-    while (at < stop) {
+    const size_t stop = std::min(limit, at + singleRun);
+    // Blocks need a first byte to begin with.
+    while (at < stop || (at < limit && isContinuation(text[at]))) {
       if (const size_t ascii = asciiRun(text + at, stop - at); ascii > 0) {
         at += ascii;
         characters += ascii;
@@ -82,6 +90,7 @@ Counted countCharacters(const uint8_t* text, size_t limit, size_t end) {
 
 template <class Stepping>
 size_t countCharacters(const char* text, uint64_t byteCount) {
+  if (isShortAscii(bytesOf(text), byteCount)) return byteCount;
   return countCharacters<Stepping>(bytesOf(text), byteCount, byteCount).characterCount;
 }
 
@@ -161,15 +170,17 @@ void vqzsu8Lengths(const char* text, uint64_t* characterCount, uint64_t* byteCou
 }
 
 uint64_t vqzsu8ByteLength(const char* text, uint64_t characterCount) {
+  constexpr size_t longestCutOff = 3;
   const uint8_t* bytes = bytesOf(text);
   size_t at = 0;
   while (characterCount > 0) {
     // The characters still to come have at least a byte each, so as many bytes are there to be read.
-    const Regular regular = regularPrefix(bytes, at, at + characterCount);
+    const Regular regular = regularPrefix(bytes + at, characterCount);
+    const bool hasEnded = regular.byteCount + longestCutOff >= characterCount;
     at += regular.byteCount;
     characterCount -= regular.characterCount;
-    for (uint64_t run = std::min<uint64_t>(characterCount, at < openingRun ? openingRun : singleRun); run > 0;
-         --run, --characterCount) {
+    if (hasEnded && regular.byteCount > 0) continue;
+    for (uint64_t run = std::min<uint64_t>(characterCount, singleRun); run > 0; --run, --characterCount) {
       at += carefulStep(bytes + at, SIZE_MAX);
     }
   }

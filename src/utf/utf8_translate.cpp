@@ -5,12 +5,56 @@
 #include <cstring>
 
 #include "utf/utf8_bytes.hpp"
-#include "utf/utf8_regular.hpp"
+#include "utf/utf8_plain.hpp"
 #include "vqstring/utf.h"
 
 namespace {
 
 using namespace vq::utf8;
+
+// Whole sequences, whatever they stand for.
+bool isFourBytes(const uint8_t* b) {
+  return (b[0] & 0xF8) == 0xF0 && isContinuation(b[1]) && isContinuation(b[2]) && isContinuation(b[3]);
+}
+bool isSurrogate(const uint8_t* b) {
+  return b[0] == 0xED && (b[1] & 0xE0) == 0xA0 && isContinuation(b[2]);
+}
+
+// The length of a sequence of two or three bytes that no translator changes, or 0.
+inline size_t plainLength(const uint8_t* at, size_t byteCount) {
+  if (at[0] < 0xC2 || at[0] >= 0xF0 || byteCount < 2 || !isContinuation(at[1])) return 0;
+  if (at[0] < 0xE0) return 2;
+  return byteCount < 3 || !isContinuation(at[2]) || isSurrogateStart(at[0], at[1]) ? 0 : 3;
+}
+
+// Puts the surrogate pair of a four-byte sequence, three bytes each.
+inline void splitSupplementary(const uint8_t* b, uint8_t* to) {
+  const unsigned b0 = b[0], b1 = b[1], b2 = b[2], b3 = b[3];
+  const unsigned plane = (b0 & 7) << 2 | (b1 >> 4 & 3);
+  to[0] = 0xED;
+  to[1] = static_cast<uint8_t>(((plane + 0x7F) & 0xFF) | 0xA0);
+  to[2] = static_cast<uint8_t>(0x80 + ((b1 & 0x0F) << 2) + (b2 >> 4 & 3));
+  to[3] = 0xED;
+  to[4] = static_cast<uint8_t>(0xB0 + (b2 & 0x0F));
+  to[5] = static_cast<uint8_t>(b3);
+}
+
+// Puts the four-byte sequence of two surrogates, whichever is high or low.
+inline void joinSurrogates(const uint8_t* p, const uint8_t* q, uint8_t* to) {
+  const unsigned p2 = p[2], q1 = q[1], q2 = q[2];
+  const unsigned plane = (p[1] & 0x0Fu) + 1;
+  to[0] = static_cast<uint8_t>(0xF0 + (plane >> 2));
+  to[1] = static_cast<uint8_t>(0x80 + ((plane & 3) << 4 | (p2 >> 2 & 0x0F)));
+  to[2] = static_cast<uint8_t>(0x80 + ((p2 & 3) << 4 | (q1 & 0x0F)));
+  to[3] = static_cast<uint8_t>(q2);
+}
+
+// Eight bytes of ASCII, none of them below `least`, which is 0 or 1.
+inline bool isAsciiWord(uint64_t bytes, uint8_t least) {
+  constexpr uint64_t topBits = 0x8080808080808080;
+  constexpr uint64_t ones = 0x0101010101010101;
+  return ((bytes | (bytes - least * ones)) & topBits) == 0;
+}
 
 // The two buffers of a translation and what has happened so far.
 class Translation {
@@ -40,29 +84,65 @@ class Translation {
     return true;
   }
 
-  // Carries over what is plain, by whole blocks, as far as they have room. Where that brought nothing, the
-  // next tries are left out for a stretch.
+  // Carries over what is plain as far as blocks reach it. Where that brought little, the next tries are left
+  // out for a stretch.
   void copyPlain(Plain plain) {
     if (at_ < nextTry_) return;
-    const size_t within = std::min(sourceBytes_ - at_, targetBytes_ - written_);
-    const size_t byteCount = plainPrefix(source_, at_, at_ + within, plain);
-    if (byteCount == 0) {
-      nextTry_ = at_ + stretch;
-      return;
-    }
-    std::memcpy(target_ + written_, source_ + at_, byteCount);
+    const size_t byteCount =
+        vq::utf8::copyPlain(here(), remaining(), target_ + written_, targetBytes_ - written_, plain);
     at_ += byteCount;
     written_ += byteCount;
+    if (byteCount < leastPlainBytes) nextTry_ = at_ + stretch;
   }
 
-  // Carries over the ASCII bytes that come next, as far as they have room; with `stopsAtZero` not the zero
-  // byte.
-  void copyAscii(bool stopsAtZero) {
-    const uint8_t least = stopsAtZero ? 1 : 0;
+  // Carries over the characters that come next and are plain by every rule, of up to three bytes, as far as
+  // they have room; with `stopsAtZero` not the zero byte.
+  void copyCharacters(bool stopsAtZero) {
+    const uint8_t* from = here();
     // No further than blocks are worth another try.
-    size_t left = std::min({sourceBytes_ - at_, targetBytes_ - written_, size_t{32}});
-    for (; left > 0 && source_[at_] < 0x80 && source_[at_] >= least; --left)
-      target_[written_++] = source_[at_++];
+    const size_t reach = std::min({remaining(), targetBytes_ - written_, size_t{leastPlainBytes}});
+    uint8_t* to = target_ + written_;
+    size_t done = 0;
+    for (uint64_t word; reach - done >= sizeof word; done += sizeof word) {
+      std::memcpy(&word, from + done, sizeof word);
+      if (!isAsciiWord(word, stopsAtZero ? 1 : 0)) break;
+      std::memcpy(to + done, &word, sizeof word);
+    }
+    while (done < reach) {
+      const uint8_t first = from[done];
+      size_t length = 1;
+      if (first >= 0x80) {
+        length = plainLength(from + done, reach - done);
+        if (length == 0) break;
+      } else if (first == 0 && stopsAtZero) {
+        break;
+      }
+      to[done] = first;
+      if (length > 1) to[done + 1] = from[done + 1];
+      if (length > 2) to[done + 2] = from[done + 2];
+      done += length;
+    }
+    at_ += done;
+    written_ += done;
+  }
+
+  // Translates the run of whole sequences of four bytes that comes next, as far as it has room.
+  void splitRun() {
+    const uint8_t* from = here();
+    uint8_t* to = target_ + written_;
+    size_t most = std::min(remaining() / 4, (targetBytes_ - written_) / 6);
+    for (; most > 0 && isFourBytes(from); --most, from += 4, to += 6) splitSupplementary(from, to);
+    moveTo(from, to);
+  }
+  // The same for surrogates in pairs.
+  void joinRun() {
+    const uint8_t* from = here();
+    uint8_t* to = target_ + written_;
+    size_t most = std::min(remaining() / 6, (targetBytes_ - written_) / 4);
+    for (; most > 0 && isSurrogate(from) && isSurrogate(from + 3); --most, from += 6, to += 4) {
+      joinSurrogates(from, from + 3, to);
+    }
+    moveTo(from, to);
   }
 
   VQStatus finish(uint64_t* written, bool isFull) const {
@@ -74,6 +154,11 @@ class Translation {
  private:
   static constexpr size_t stretch = 64;
 
+  void moveTo(const uint8_t* from, const uint8_t* to) {
+    at_ = static_cast<size_t>(from - source_);
+    written_ = static_cast<size_t>(to - target_);
+  }
+
   const uint8_t* source_;
   size_t sourceBytes_;
   size_t at_ = 0;
@@ -81,30 +166,8 @@ class Translation {
   size_t targetBytes_;
   size_t written_ = 0;
   bool hasReplaced_ = false;
-  size_t nextTry_ = lookBack;
+  size_t nextTry_ = 0;
 };
-
-// The surrogate pair of a four-byte sequence, three bytes each.
-struct SixBytes {
-  uint8_t bytes[6];
-};
-SixBytes splitSupplementary(const uint8_t* b) {
-  const unsigned plane = (b[0] & 7u) << 2 | (b[1] >> 4 & 3u);
-  return {{0xED, static_cast<uint8_t>(((plane + 0x7F) & 0xFF) | 0xA0),
-           static_cast<uint8_t>(0x80 + ((b[1] & 0x0F) << 2) + (b[2] >> 4 & 3)), 0xED,
-           static_cast<uint8_t>(0xB0 + (b[2] & 0x0F)), b[3]}};
-}
-
-// The four-byte sequence of two surrogates, whichever is high or low.
-struct FourBytes {
-  uint8_t bytes[4];
-};
-FourBytes joinSurrogates(const uint8_t* p, const uint8_t* q) {
-  const unsigned plane = (p[1] & 0x0Fu) + 1;
-  return {{static_cast<uint8_t>(0xF0 + (plane >> 2)),
-           static_cast<uint8_t>(0x80 + ((plane & 3) << 4 | (p[2] >> 2 & 0x0F))),
-           static_cast<uint8_t>(0x80 + ((p[2] & 3) << 4 | (q[1] & 0x0F))), q[2]}};
-}
 
 struct EncodeRules {
   bool splitsSupplementary;
@@ -122,7 +185,10 @@ bool encodeCharacter(Translation& work, EncodeRules rules) {
   }
   work.advance(length);
   if (length == 4) {
-    return rules.splitsSupplementary ? work.emit(splitSupplementary(at).bytes, 6) : work.replace();
+    if (!rules.splitsSupplementary) return work.replace();
+    uint8_t six[6];
+    splitSupplementary(at, six);
+    return work.emit(six, sizeof six);
   }
   if (at[0] == 0 && rules.widensZero) {
     constexpr uint8_t widened[] = {0xC0, 0x80};
@@ -155,7 +221,9 @@ bool decodeCharacter(Translation& work, bool isModified, Pending& pending) {
     const Pending first = pending;
     if (first.bytes != nullptr && first.isAdjacent) {
       pending = {};
-      return work.emit(joinSurrogates(first.bytes, at).bytes, 4);
+      uint8_t four[4];
+      joinSurrogates(first.bytes, at, four);
+      return work.emit(four, sizeof four);
     }
     pending = {at};
     return first.bytes == nullptr || work.replace();
@@ -182,7 +250,8 @@ VQStatus vqzsu8Encode(const char* source, uint64_t sourceBytes, char* target, ui
   const Plain plain = rules.widensZero ? Plain::toPairsWithoutZero : Plain::toPairs;
   while (!work.isAtEnd()) {
     work.copyPlain(plain);
-    work.copyAscii(rules.widensZero);
+    work.copyCharacters(rules.widensZero);
+    if (rules.splitsSupplementary) work.splitRun();
     if (!work.isAtEnd() && !encodeCharacter(work, rules)) return work.finish(written, true);
   }
   return work.finish(written, false);
@@ -202,7 +271,8 @@ VQStatus vqzsu8Decode(const char* source, uint64_t sourceBytes, char* target, ui
   while (!work.isAtEnd()) {
     if (pending.bytes == nullptr) {
       work.copyPlain(Plain::fromPairs);
-      work.copyAscii(false);
+      work.copyCharacters(false);
+      work.joinRun();
     }
     if (!work.isAtEnd() && !decodeCharacter(work, isModified, pending)) return work.finish(written, true);
   }
