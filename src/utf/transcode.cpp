@@ -3,6 +3,7 @@
 
 #include "text/cpu.hpp"
 #include "utf/transcode_avx2.hpp"
+#include "utf/transcode_avx512.hpp"
 #include "utf/transcode_portable.hpp"
 
 namespace vq::transcode {
@@ -16,6 +17,7 @@ bool useAvx2(size_t length, size_t shortest) {
 }  // namespace
 
 Result utf8ToWide(const uint8_t* source, size_t byteCount, VQChar* target, size_t capacity) {
+  if (byteCount > 16 && cpu::hasAvx512()) return avx512::utf8ToWide(source, byteCount, target, capacity);
   return useAvx2(byteCount, 64) ? avx2::utf8ToWide(source, byteCount, target, capacity)
                                 : portable::utf8ToWide(source, byteCount, target, capacity);
 }
