@@ -165,6 +165,11 @@ VQ_TARGET_AVX512 inline void convertBlock(const uint8_t* source, __m512i bytes, 
                                           size_t characters, VQChar* target) {
   if (shape.longStarts == 0) {
     convertGroups<2, isTight>(source, shape, characters, target);
+  } else if (shape.ends == 0x4924924924924924) {
+    constexpr uint64_t threeOfFour = 0xEEEEEEEEEEEEEEEE;
+    storeWhole(join<3>(_mm512_maskz_expandloadu_epi8(threeOfFour, source)), target);
+    storeSome(join<3>(_mm512_maskz_expandloadu_epi8(threeOfFour & lowBits(4 * 5), source + 48)), 5,
+              target + groupSize);
   } else if (shape.fourStarts == 0) {
     convertGroups<3, isTight>(source, shape, characters, target);
   } else if (shape.ends == 0x8888888888888888) {
@@ -182,7 +187,8 @@ VQ_TARGET_AVX512 Result utf8ToWide(const uint8_t* source, size_t byteCount, VQCh
   while (at < byteCount) {
     const size_t length = byteCount - at < blockBytes ? byteCount - at : blockBytes;
     const size_t room = capacity - written;
-    const __m512i bytes = _mm512_maskz_loadu_epi8(lowBits(length), source + at);
+    const __m512i bytes = length == blockBytes ? _mm512_loadu_si512(source + at)
+                                               : _mm512_maskz_loadu_epi8(lowBits(length), source + at);
     const uint64_t notAscii = _mm512_movepi8_mask(bytes);
     if (notAscii == 0) {
       if (room < length) break;
