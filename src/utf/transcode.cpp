@@ -28,7 +28,7 @@ Result utf8ToUtf16(const uint8_t* source, size_t byteCount, char16_t* target, si
 }
 
 Result wideToUtf8(const VQChar* source, size_t elementCount, uint8_t* target, size_t capacity) {
-  if (elementCount >= 16 && cpu::hasAvx512()) {
+  if (elementCount > 16 && cpu::hasAvx512()) {
     return avx512::wideToUtf8(source, elementCount, target, capacity);
   }
   return useAvx2(elementCount, 16) ? avx2::wideToUtf8(source, elementCount, target, capacity)

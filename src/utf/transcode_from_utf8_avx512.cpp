@@ -24,6 +24,7 @@ namespace {
 
 constexpr size_t blockBytes = 64;
 constexpr size_t groupSize = 16;
+constexpr size_t asciiRun = 2 * blockBytes;
 
 // The sums of the markers of the bytes of a character of two, three and four.
 constexpr uint32_t markers2 = (0xC0 << 6) + 0x80;
@@ -52,12 +53,16 @@ VQ_TARGET_AVX512 inline __m512i widen16(const uint8_t* source) {
   return _mm512_cvtepu8_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(source)));
 }
 
-VQ_TARGET_AVX512 inline void widenAscii(const uint8_t* source, VQChar* target) {
-  for (size_t i = 0; i < blockBytes; i += groupSize) storeWhole(widen16(source + i), target + i);
+// The bytes of a run as elements, when all are ASCII.
+VQ_TARGET_AVX512 inline bool widenRun(const uint8_t* source, VQChar* target) {
+  const __m512i bytes = _mm512_or_si512(_mm512_loadu_si512(source), _mm512_loadu_si512(source + blockBytes));
+  if (_mm512_movepi8_mask(bytes) != 0) return false;
+  for (size_t i = 0; i < asciiRun; i += groupSize) storeWhole(widen16(source + i), target + i);
+  return true;
 }
 
-// Up to 63 bytes.
-VQ_TARGET_AVX512 inline void widenSomeAscii(const uint8_t* source, size_t count, VQChar* target) {
+// Up to a block.
+VQ_TARGET_AVX512 inline void widenAscii(const uint8_t* source, size_t count, VQChar* target) {
   for (size_t i = 0; i < count; i += groupSize) {
     const size_t left = count - i < groupSize ? count - i : groupSize;
     const __m128i bytes = _mm_maskz_loadu_epi8(static_cast<__mmask16>(lowBits(left)), source + i);
@@ -184,19 +189,23 @@ VQ_TARGET_AVX512 inline void convertBlock(const uint8_t* source, __m512i bytes, 
 VQ_TARGET_AVX512 Result utf8ToWide(const uint8_t* source, size_t byteCount, VQChar* target, size_t capacity) {
   size_t at = 0;
   size_t written = 0;
+  bool wasAscii = true;
   while (at < byteCount) {
-    const size_t length = byteCount - at < blockBytes ? byteCount - at : blockBytes;
+    const size_t left = byteCount - at;
     const size_t room = capacity - written;
+    if (wasAscii && left >= asciiRun && room >= asciiRun && widenRun(source + at, target + written)) {
+      at += asciiRun;
+      written += asciiRun;
+      continue;
+    }
+    const size_t length = left < blockBytes ? left : blockBytes;
     const __m512i bytes = length == blockBytes ? _mm512_loadu_si512(source + at)
                                                : _mm512_maskz_loadu_epi8(lowBits(length), source + at);
     const uint64_t notAscii = _mm512_movepi8_mask(bytes);
-    if (notAscii == 0) {
+    wasAscii = notAscii == 0;
+    if (wasAscii) {
       if (room < length) break;
-      if (length == blockBytes) {
-        widenAscii(source + at, target + written);
-      } else {
-        widenSomeAscii(source + at, length, target + written);
-      }
+      widenAscii(source + at, length, target + written);
       at += length;
       written += length;
       continue;

@@ -150,10 +150,11 @@ VQ_TARGET_AVX512 Result wideToUtf8(const VQChar* source, size_t elementCount, ui
                                    size_t capacity) {
   size_t at = 0;
   size_t written = 0;
+  bool wasAscii = true;
   while (at < elementCount) {
     const size_t left = elementCount - at;
     const size_t room = capacity - written;
-    if (left >= asciiRun && room >= asciiRun && narrowAscii(source + at, target + written)) {
+    if (wasAscii && left >= asciiRun && room >= asciiRun && narrowAscii(source + at, target + written)) {
       at += asciiRun;
       written += asciiRun;
       continue;
@@ -162,6 +163,7 @@ VQ_TARGET_AVX512 Result wideToUtf8(const VQChar* source, size_t elementCount, ui
     if (made.consumed == 0) break;
     at += made.consumed;
     written += made.written;
+    wasAscii = made.consumed == made.written;
   }
   if (at == elementCount) return {0, at, written};
   const Result rest =
