@@ -165,20 +165,29 @@ VQ_TARGET_AVX512 inline void convertGroups(const uint8_t* source, const BlockSha
   }
 }
 
+// Characters of three bytes only.
+VQ_TARGET_AVX512 inline void convertThrees(const uint8_t* source, size_t characters, VQChar* target) {
+  constexpr uint64_t threeOfFour = 0xEEEEEEEEEEEEEEEE;
+  const uint64_t first = threeOfFour & lowBits(4 * characters);
+  storeSome(join<3>(_mm512_maskz_expandloadu_epi8(first, source)), characters, target);
+  if (characters <= groupSize) return;
+  const size_t left = characters - groupSize;
+  const uint64_t second = threeOfFour & lowBits(4 * left);
+  storeSome(join<3>(_mm512_maskz_expandloadu_epi8(second, source + 3 * groupSize)), left, target + groupSize);
+}
+
 template <bool isTight>
 VQ_TARGET_AVX512 inline void convertBlock(const uint8_t* source, __m512i bytes, const BlockShape& shape,
                                           size_t characters, VQChar* target) {
+  const uint64_t whole = lowBits(shape.byteCount);
   if (shape.longStarts == 0) {
     convertGroups<2, isTight>(source, shape, characters, target);
-  } else if (shape.ends == 0x4924924924924924) {
-    constexpr uint64_t threeOfFour = 0xEEEEEEEEEEEEEEEE;
-    storeWhole(join<3>(_mm512_maskz_expandloadu_epi8(threeOfFour, source)), target);
-    storeSome(join<3>(_mm512_maskz_expandloadu_epi8(threeOfFour & lowBits(4 * 5), source + 48)), 5,
-              target + groupSize);
+  } else if (shape.ends == (0x4924924924924924 & whole)) {
+    convertThrees(source, characters, target);
   } else if (shape.fourStarts == 0) {
     convertGroups<3, isTight>(source, shape, characters, target);
-  } else if (shape.ends == 0x8888888888888888) {
-    storeWhole(join<4>(bytes), target);
+  } else if (shape.ends == (0x8888888888888888 & whole)) {
+    storeSome(join<4>(bytes), characters, target);
   } else {
     convertGroups<4, isTight>(source, shape, characters, target);
   }
