@@ -1,13 +1,19 @@
-// Chooses the form of each transcoding kernel. Short texts stay with the portable form: there it wins.
+// Chooses the form of each transcoding kernel. Short texts stay with the portable form: there it wins. The
+// forms with masks need no whole block and pay from a few characters on.
 #include "utf/transcode.hpp"
 
 #include "text/cpu.hpp"
 #include "utf/transcode_avx2.hpp"
+#include "utf/transcode_avx512.hpp"
 #include "utf/transcode_portable.hpp"
 
 namespace vq::transcode {
 
 namespace {
+
+bool useAvx512(size_t length, size_t shortest) {
+  return length >= shortest && cpu::hasAvx512();
+}
 
 bool useAvx2(size_t length, size_t shortest) {
   return length >= shortest && cpu::hasAvx2();
@@ -16,6 +22,7 @@ bool useAvx2(size_t length, size_t shortest) {
 }  // namespace
 
 Result utf8ToWide(const uint8_t* source, size_t byteCount, VQChar* target, size_t capacity) {
+  if (useAvx512(byteCount, 8)) return avx512::utf8ToWide(source, byteCount, target, capacity);
   return useAvx2(byteCount, 64) ? avx2::utf8ToWide(source, byteCount, target, capacity)
                                 : portable::utf8ToWide(source, byteCount, target, capacity);
 }
@@ -26,6 +33,9 @@ Result utf8ToUtf16(const uint8_t* source, size_t byteCount, char16_t* target, si
 }
 
 Result wideToUtf8(const VQChar* source, size_t elementCount, uint8_t* target, size_t capacity) {
+  if (useAvx512(elementCount, 4)) {
+    return avx512::wideToUtf8(source, elementCount, target, capacity);
+  }
   return useAvx2(elementCount, 16) ? avx2::wideToUtf8(source, elementCount, target, capacity)
                                    : portable::wideToUtf8(source, elementCount, target, capacity);
 }

@@ -1,10 +1,11 @@
 // UTF-8 to wide text and to UTF-16 with AVX2.
 //
-// The source is taken in blocks of 64 bytes that begin at a character. A block is judged as a whole; one with
-// a fault goes to the portable form, which finds the place. In a block without sequences of four bytes, every
-// byte position computes the value of a character that would end there, from itself and the two bytes before,
-// and the positions where none ends are squeezed out: no step depends on the length of the character before.
-// Runs of three and of four bytes only, as in Chinese or in emoji, have shorter ways.
+// The source is taken in blocks of 64 bytes that begin at a character; the last block reaches back over what
+// is converted already. A block is judged as a whole; one with a fault goes to the portable form, which finds
+// the place. In a block without sequences of four bytes, every byte position computes the value of a
+// character that would end there, from itself and the two bytes before, and the positions where none ends are
+// squeezed out: no step depends on the length of the character before. Runs of three and of four bytes only,
+// as in Chinese or in emoji, have shorter ways.
 #include <array>
 #include <bit>
 
@@ -19,10 +20,10 @@ namespace {
 using utf8::loadBytes;
 
 constexpr size_t blockBytes = 64;
-// A block stores whole vectors: up to eight elements behind its last character.
-constexpr size_t spareRoom = 8;
 // The faults of a block show in the three bytes before it as well.
 constexpr size_t lookBack = 3;
+// What is left behind the last block is not worth another one below this many bytes.
+constexpr size_t shortTail = 12;
 
 // For each set of eight 16-bit lanes: the bytes that bring the lanes of the set together.
 constexpr auto makeSqueeze() {
@@ -61,39 +62,50 @@ VQ_TARGET_AVX2 inline void widenAscii(const uint8_t* source, Element* target) {
   }
 }
 
-// What is known of a block: a bit a byte.
-struct BlockShape {
-  uint64_t ends;        // the last bytes of the characters that are whole inside the block
-  uint64_t fourStarts;  // the first bytes of four
-  size_t byteCount;     // of those characters
-};
-
 VQ_TARGET_AVX2 inline uint64_t bitsOf(__m256i low, __m256i high) {
   return static_cast<uint32_t>(_mm256_movemask_epi8(low)) |
          static_cast<uint64_t>(static_cast<uint32_t>(_mm256_movemask_epi8(high))) << 32;
 }
 
+// What is known of a block: a bit a byte.
+struct BlockShape {
+  uint64_t ends;        // the last bytes of the characters that are whole inside the block
+  uint64_t longStarts;  // the first bytes of three or four
+  uint64_t fourStarts;  // the first bytes of four
+  uint64_t faults;      // where sequences of one and two bytes break the rules; of use without longer ones
+  size_t byteCount;     // of the characters that are whole
+};
+
 VQ_TARGET_AVX2 inline BlockShape shapeOf(const uint8_t* source) {
   const __m256i low = loadBytes(source);
   const __m256i high = loadBytes(source + 32);
-  // As signed numbers the continuation bytes are the ones below 0xC0.
+  // As signed numbers the continuation bytes are the ones below 0xC0, and the others order as they are.
   const __m256i firstOfTwo = splat8<0xC0>();
   const uint64_t continuations =
       bitsOf(_mm256_cmpgt_epi8(firstOfTwo, low), _mm256_cmpgt_epi8(firstOfTwo, high));
-  const __m256i firstOfFour = splat8<0xF0>();
-  const uint64_t fourStarts = bitsOf(_mm256_cmpeq_epi8(_mm256_max_epu8(low, firstOfFour), low),
-                                     _mm256_cmpeq_epi8(_mm256_max_epu8(high, firstOfFour), high));
-  size_t byteCount = blockBytes;
-  if (source[63] >= 0xC0) {
-    byteCount = 63;
-  } else if (source[62] >= 0xE0) {
-    byteCount = 62;
-  } else if (source[61] >= 0xF0) {
-    byteCount = 61;
+  const __m256i firstOfThree = splat8<0xE0>();
+  const uint64_t longStarts = bitsOf(_mm256_cmpeq_epi8(_mm256_max_epu8(low, firstOfThree), low),
+                                     _mm256_cmpeq_epi8(_mm256_max_epu8(high, firstOfThree), high));
+  uint64_t fourStarts = 0;
+  uint64_t faults = 0;
+  if (longStarts != 0) {
+    const __m256i firstOfFour = splat8<0xF0>();
+    fourStarts = bitsOf(_mm256_cmpeq_epi8(_mm256_max_epu8(low, firstOfFour), low),
+                        _mm256_cmpeq_epi8(_mm256_max_epu8(high, firstOfFour), high));
+  } else {
+    const __m256i pairOfOverlong = splat8<0xFE>();
+    const uint64_t starts = bitsOf(low, high) & ~continuations;
+    faults = bitsOf(_mm256_cmpeq_epi8(_mm256_and_si256(low, pairOfOverlong), firstOfTwo),
+                    _mm256_cmpeq_epi8(_mm256_and_si256(high, pairOfOverlong), firstOfTwo)) |
+             (starts << 1 ^ continuations);
   }
+  // Sequences that the end of the block cuts: at most one of them begins in the last three bytes.
+  const uint64_t isCut = (~continuations >> 63 & (bitsOf(low, high) >> 63)) << 63 |
+                         (longStarts & uint64_t{1} << 62) | (fourStarts & uint64_t{1} << 61);
+  const size_t byteCount = isCut == 0 ? blockBytes : static_cast<size_t>(std::countr_zero(isCut));
   const uint64_t ends =
       (~continuations >> 1 | uint64_t{1} << 63) & (~uint64_t{0} >> (blockBytes - byteCount));
-  return {ends, fourStarts, byteCount};
+  return {ends, longStarts, fourStarts, faults, byteCount};
 }
 
 // The values of the characters of one to three bytes that would end at each of 32 bytes, as 16-bit lanes:
@@ -103,41 +115,73 @@ struct EndValues {
   __m256i odd;
 };
 
-VQ_TARGET_AVX2 inline EndValues valuesAtEnds(const uint8_t* source) {
-  const __m256i here = loadBytes(source);
-  const __m256i before = loadBytes(source - 1);
-  const __m256i twoBefore = loadBytes(source - 2);
+template <bool hasThree>
+VQ_TARGET_AVX2 inline EndValues valuesAtEnds(const utf8::Neighbours& bytes) {
+  const __m256i here = bytes.here;
   const __m256i isContinuing = _mm256_cmpgt_epi8(_mm256_setzero_si256(), here);
-  const __m256i isThird = _mm256_and_si256(isContinuing, _mm256_cmpgt_epi8(splat8<0xC0>(), before));
   // ASCII keeps its seven bits, a continuation byte its six.
   const __m256i bits0 = _mm256_min_epu8(here, _mm256_xor_si256(here, splat8<0x80>()));
-  const __m256i bits6 = _mm256_and_si256(_mm256_and_si256(before, splat8<0x3F>()), isContinuing);
+  const __m256i bits6 = _mm256_and_si256(_mm256_and_si256(bytes.before, splat8<0x3F>()), isContinuing);
+  const __m256i weights = splat16<64 << 8 | 1>();
+  const EndValues low12 = {_mm256_maddubs_epi16(_mm256_unpacklo_epi8(bits0, bits6), weights),
+                           _mm256_maddubs_epi16(_mm256_unpackhi_epi8(bits0, bits6), weights)};
+  if constexpr (!hasThree) return low12;
+  const __m256i isThird = _mm256_and_si256(isContinuing, _mm256_cmpgt_epi8(splat8<0xC0>(), bytes.before));
   // Four bits, put where they stand in the upper byte of the lane.
   const __m256i bits12 =
-      _mm256_and_si256(_mm256_and_si256(_mm256_slli_epi16(twoBefore, 4), splat8<0xF0>()), isThird);
-  const __m256i weights = splat16<64 << 8 | 1>();
+      _mm256_and_si256(_mm256_and_si256(_mm256_slli_epi16(bytes.twoBefore, 4), splat8<0xF0>()), isThird);
   const __m256i zero = _mm256_setzero_si256();
-  return {_mm256_or_si256(_mm256_maddubs_epi16(_mm256_unpacklo_epi8(bits0, bits6), weights),
-                          _mm256_unpacklo_epi8(zero, bits12)),
-          _mm256_or_si256(_mm256_maddubs_epi16(_mm256_unpackhi_epi8(bits0, bits6), weights),
-                          _mm256_unpackhi_epi8(zero, bits12))};
+  return {_mm256_or_si256(low12.even, _mm256_unpacklo_epi8(zero, bits12)),
+          _mm256_or_si256(low12.odd, _mm256_unpackhi_epi8(zero, bits12))};
 }
 
-// Stores the lanes of `set` and returns the place behind them.
+// Where elements go. Whole vectors are stored, so up to eight elements behind the last character are written;
+// near the end of the target they go by way of a buffer.
 template <class Element>
-VQ_TARGET_AVX2 inline Element* storeSqueezed(__m128i lanes, unsigned set, Element* target) {
+struct Out {
+  Element* at;
+  Element* end;
+};
+
+// Stores the lanes of `set`, for which there is room; tight: perhaps for no whole vector.
+template <class Element, bool isTight>
+VQ_TARGET_AVX2 inline void storeSqueezed(__m128i lanes, unsigned set, Out<Element>& out) {
   const __m128i order = _mm_load_si128(reinterpret_cast<const __m128i*>(squeeze[set].data()));
-  storeEight(_mm_shuffle_epi8(lanes, order), target);
-  return target + std::popcount(set);
+  const __m128i squeezed = _mm_shuffle_epi8(lanes, order);
+  const auto count = std::popcount(set);
+  if (isTight && out.end - out.at < 8) {
+    Element buffer[8];
+    storeEight(squeezed, buffer);
+    for (int i = 0; i < count; ++i) out.at[i] = buffer[i];
+  } else {
+    storeEight(squeezed, out.at);
+  }
+  out.at += count;
 }
 
-template <class Element>
-VQ_TARGET_AVX2 inline Element* convertHalf(const uint8_t* source, uint32_t ends, Element* target) {
-  const EndValues values = valuesAtEnds(source);
-  target = storeSqueezed(_mm256_castsi256_si128(values.even), ends & 0xFF, target);
-  target = storeSqueezed(_mm256_castsi256_si128(values.odd), ends >> 8 & 0xFF, target);
-  target = storeSqueezed(_mm256_extracti128_si256(values.even, 1), ends >> 16 & 0xFF, target);
-  return storeSqueezed(_mm256_extracti128_si256(values.odd, 1), ends >> 24, target);
+template <class Element, bool isTight>
+VQ_TARGET_AVX2 inline void storeHalf(const EndValues& values, uint32_t ends, Out<Element>& out) {
+  storeSqueezed<Element, isTight>(_mm256_castsi256_si128(values.even), ends & 0xFF, out);
+  storeSqueezed<Element, isTight>(_mm256_castsi256_si128(values.odd), ends >> 8 & 0xFF, out);
+  storeSqueezed<Element, isTight>(_mm256_extracti128_si256(values.even, 1), ends >> 16 & 0xFF, out);
+  storeSqueezed<Element, isTight>(_mm256_extracti128_si256(values.odd, 1), ends >> 24, out);
+}
+
+// The first half of a block: nothing is read in front of the start of a text.
+template <bool isStart>
+VQ_TARGET_AVX2 inline utf8::Neighbours firstHalf(const uint8_t* source) {
+  if constexpr (isStart) return utf8::neighboursAtStart(source);
+  return utf8::neighboursOf(source);
+}
+
+template <class Element, bool isStart, bool hasThree, bool isTight>
+VQ_TARGET_AVX2 inline void convertSqueezed(const uint8_t* source, uint64_t ends, Element* target,
+                                           size_t room) {
+  Out<Element> out{target, target + room};
+  storeHalf<Element, isTight>(valuesAtEnds<hasThree>(firstHalf<isStart>(source)), static_cast<uint32_t>(ends),
+                              out);
+  storeHalf<Element, isTight>(valuesAtEnds<hasThree>(utf8::neighboursOf(source + 32)),
+                              static_cast<uint32_t>(ends >> 32), out);
 }
 
 // Four sequences of three bytes in each half, the first at the start of the half.
@@ -176,37 +220,60 @@ struct BlockResult {
   size_t written;
 };
 
-// Reads source[-3] to source[63].
+// 21 characters of three bytes.
 template <class Element>
-VQ_TARGET_AVX2 inline BlockResult convertBlock(const uint8_t* source, Element* target, size_t room) {
-  const __m256i faults = _mm256_or_si256(utf8::findFaults(source), utf8::findFaults(source + 32));
-  if (!_mm256_testz_si256(faults, faults)) return {0, 0};
-  const BlockShape shape = shapeOf(source);
-  const auto characters = static_cast<size_t>(std::popcount(shape.ends));
-  if (room < characters + spareRoom) return {0, 0};
-  if (shape.fourStarts != 0) {
-    Result result;
-    if constexpr (sizeof(Element) == 4) {
-      if (shape.ends == 0x8888888888888888) {
-        storeWide(joinFours(loadBytes(source)), target);
-        storeWide(joinFours(loadBytes(source + 32)), target + 8);
-        return {64, 16};
-      }
-      result = portable::utf8ToWide(source, shape.byteCount, target, room);
-    } else {
-      result = portable::utf8ToUtf16(source, shape.byteCount, target, room);
+VQ_TARGET_AVX2 inline void convertThrees(const uint8_t* source, Element* target) {
+  storeWide(joinThrees(loadHalves(source, source + 12)), target);
+  storeWide(joinThrees(loadHalves(source + 24, source + 36)), target + 8);
+  // The last five: the vectors overlap, and the last half would end three bytes behind the block.
+  const __m128i last = _mm_loadu_si128(reinterpret_cast<const __m128i*>(source + 48));
+  const __m128i beforeLast = _mm_loadu_si128(reinterpret_cast<const __m128i*>(source + 39));
+  storeWide(joinThrees(_mm256_set_m128i(_mm_srli_si128(last, 3), beforeLast)), target + 13);
+}
+
+template <class Element>
+VQ_TARGET_AVX2 inline BlockResult convertWithFours(const uint8_t* source, const BlockShape& shape,
+                                                   size_t skipped, Element* target, size_t room) {
+  Result result;
+  if constexpr (sizeof(Element) == 4) {
+    if (skipped == 0 && shape.ends == 0x8888888888888888) {
+      storeWide(joinFours(loadBytes(source)), target);
+      storeWide(joinFours(loadBytes(source + 32)), target + 8);
+      return {64, 16};
     }
-    return {result.consumed, result.written};
+    result = portable::utf8ToWide(source + skipped, shape.byteCount - skipped, target, room);
+  } else {
+    result = portable::utf8ToUtf16(source + skipped, shape.byteCount - skipped, target, room);
   }
-  if (shape.ends == 0x4924924924924924) {
-    storeWide(joinThrees(loadHalves(source, source + 12)), target);
-    storeWide(joinThrees(loadHalves(source + 24, source + 36)), target + 8);
-    storeWide(joinThrees(loadHalves(source + 48, source + 48)), target + 16);
-    return {60, 20};
+  return {result.consumed, result.written};
+}
+
+// Converts the block at `source` from source[skipped] on, where a character begins; what is in front of that
+// is known to be well-formed. Reads source[-3] to source[63], and at the start of the text nothing before.
+template <class Element, bool isStart, bool isTight>
+VQ_TARGET_AVX2 inline BlockResult convertBlock(const uint8_t* source, size_t skipped, Element* target,
+                                               size_t room) {
+  BlockShape shape = shapeOf(source);
+  const uint64_t wanted = ~uint64_t{0} << skipped;
+  shape.ends &= wanted;
+  const auto characters = static_cast<size_t>(std::popcount(shape.ends));
+  if (isTight && room < characters) return {0, 0};
+  const BlockResult whole{shape.byteCount - skipped, characters};
+  if (shape.longStarts == 0) {
+    if ((shape.faults & wanted) != 0) return {0, 0};
+    convertSqueezed<Element, isStart, false, isTight>(source, shape.ends, target, room);
+    return whole;
   }
-  Element* end = convertHalf(source, static_cast<uint32_t>(shape.ends), target);
-  convertHalf(source + 32, static_cast<uint32_t>(shape.ends >> 32), end);
-  return {shape.byteCount, characters};
+  const __m256i faults = _mm256_or_si256(utf8::findFaults(firstHalf<isStart>(source)),
+                                         utf8::findFaults(utf8::neighboursOf(source + 32)));
+  if (!_mm256_testz_si256(faults, faults)) return {0, 0};
+  if (shape.fourStarts != 0) return convertWithFours(source, shape, skipped, target, room);
+  if (skipped == 0 && shape.ends == 0x4924924924924924) {
+    convertThrees(source, target);
+  } else {
+    convertSqueezed<Element, isStart, true, isTight>(source, shape.ends, target, room);
+  }
+  return whole;
 }
 
 VQ_TARGET_AVX2 inline bool isAscii(const uint8_t* source) {
@@ -218,21 +285,25 @@ VQ_TARGET_AVX2 inline Result fromUtf8(const uint8_t* source, size_t byteCount, E
                                       size_t capacity) {
   size_t at = 0;
   size_t written = 0;
-  if (byteCount >= blockBytes && !isAscii(source)) {
-    // A block needs bytes in front of it to look back at; what a cut leaves of these is at least as many.
-    const Result opening = portableForm(source, 2 * lookBack, target, capacity);
-    at = opening.consumed;
-    written = opening.written;
-  }
-  while (byteCount - at >= blockBytes) {
-    if (capacity - written >= blockBytes && isAscii(source + at)) {
-      widenAscii(source + at, target + written);
-      at += blockBytes;
-      written += blockBytes;
+  while (byteCount - at >= shortTail) {
+    const size_t left = byteCount - at;
+    const size_t skipped = left >= blockBytes ? 0 : blockBytes - left;
+    if (skipped > at) break;
+    const size_t block = at - skipped;
+    if (capacity - written >= blockBytes - skipped && isAscii(source + block)) {
+      // What was skipped is ASCII too and is written once more.
+      widenAscii(source + block, target + written - skipped);
+      at += blockBytes - skipped;
+      written += blockBytes - skipped;
       continue;
     }
-    if (at < lookBack) break;
-    const BlockResult made = convertBlock(source + at, target + written, capacity - written);
+    if (block != 0 && block < lookBack) break;
+    const size_t room = capacity - written;
+    const BlockResult made =
+        block == 0 ? convertBlock<Element, true, true>(source, skipped, target, room)
+        : room < blockBytes + 8
+            ? convertBlock<Element, false, true>(source + block, skipped, target + written, room)
+            : convertBlock<Element, false, false>(source + block, skipped, target + written, room);
     if (made.consumed == 0) break;
     at += made.consumed;
     written += made.written;

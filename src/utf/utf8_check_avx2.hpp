@@ -37,9 +37,29 @@ VQ_TARGET_AVX2 inline __m256i loadBytes(const uint8_t* bytes) {
   return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes));
 }
 
-// Non-zero where bytes[0] to bytes[31] are no continuation of well-formed text. bytes[-3] to bytes[-1] are
-// read too.
-VQ_TARGET_AVX2 inline __m256i findFaults(const uint8_t* bytes) {
+// 32 bytes of a text, and for each of them the bytes one to three places before.
+struct Neighbours {
+  __m256i here;
+  __m256i before;
+  __m256i twoBefore;
+  __m256i threeBefore;
+};
+
+// bytes[-3] to bytes[31] are read.
+VQ_TARGET_AVX2 inline Neighbours neighboursOf(const uint8_t* bytes) {
+  return {loadBytes(bytes), loadBytes(bytes - 1), loadBytes(bytes - 2), loadBytes(bytes - 3)};
+}
+
+// At the start of a text: what stands before counts as ASCII.
+VQ_TARGET_AVX2 inline Neighbours neighboursAtStart(const uint8_t* bytes) {
+  const __m256i here = loadBytes(bytes);
+  const __m256i lowToHigh = _mm256_permute2x128_si256(here, here, 0x08);
+  return {here, _mm256_alignr_epi8(here, lowToHigh, 15), _mm256_alignr_epi8(here, lowToHigh, 14),
+          _mm256_alignr_epi8(here, lowToHigh, 13)};
+}
+
+// Non-zero where the bytes are no continuation of well-formed text.
+VQ_TARGET_AVX2 inline __m256i findFaults(const Neighbours& bytes) {
   using namespace fault;
   const auto byte = [](int value) { return static_cast<char>(value); };
   const __m128i byFirstHigh = _mm_setr_epi8(
@@ -59,8 +79,8 @@ VQ_TARGET_AVX2 inline __m256i findFaults(const uint8_t* bytes) {
                     byte(continues | surrogate | tooLarge), tooShort, tooShort, tooShort, tooShort);
 
   const __m256i lowHalf = splat8<0x0F>();
-  const __m256i here = loadBytes(bytes);
-  const __m256i before = loadBytes(bytes - 1);
+  const __m256i here = bytes.here;
+  const __m256i before = bytes.before;
   const __m256i firstHigh =
       lookUpHalfBytes(_mm256_and_si256(_mm256_srli_epi16(before, 4), lowHalf), byFirstHigh);
   const __m256i firstLow = lookUpHalfBytes(_mm256_and_si256(before, lowHalf), byFirstLow);
@@ -68,8 +88,8 @@ VQ_TARGET_AVX2 inline __m256i findFaults(const uint8_t* bytes) {
       lookUpHalfBytes(_mm256_and_si256(_mm256_srli_epi16(here, 4), lowHalf), bySecondHigh);
   const __m256i pairs = _mm256_and_si256(_mm256_and_si256(firstHigh, firstLow), secondHigh);
   // The top bit is set where the third byte of three or more, or the fourth of four, is due.
-  const __m256i third = _mm256_subs_epu8(loadBytes(bytes - 2), splat8<0xE0 - 0x80>());
-  const __m256i fourth = _mm256_subs_epu8(loadBytes(bytes - 3), splat8<0xF0 - 0x80>());
+  const __m256i third = _mm256_subs_epu8(bytes.twoBefore, splat8<0xE0 - 0x80>());
+  const __m256i fourth = _mm256_subs_epu8(bytes.threeBefore, splat8<0xF0 - 0x80>());
   const __m256i due = _mm256_and_si256(_mm256_or_si256(third, fourth), splat8<0x80>());
   return _mm256_xor_si256(due, pairs);
 }

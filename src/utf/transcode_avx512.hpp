@@ -1,0 +1,12 @@
+// The forms of the transcoding kernels for processors with AVX-512 and its byte permutations. Each gives what
+// its portable form gives, on every source and capacity; the callers have tested the processor.
+#pragma once
+
+#include "utf/transcode.hpp"
+
+namespace vq::transcode::avx512 {
+
+Result utf8ToWide(const uint8_t* source, size_t byteCount, VQChar* target, size_t capacity);
+Result wideToUtf8(const VQChar* source, size_t elementCount, uint8_t* target, size_t capacity);
+
+}  // namespace vq::transcode::avx512

@@ -1,0 +1,174 @@
+// Wide text to UTF-8 with AVX-512.
+//
+// The source is taken in blocks of up to 32 elements; loads and stores under a mask let the last one be of
+// any length. Every element makes its bytes in a lane of its own, of 16 bits where all are below U+0800 and
+// of 32 otherwise, and the bytes that count are compressed into one vector. A block with an element that is
+// no scalar value goes to the portable form.
+#ifndef __clang__
+// GCC's own header leaves operands undefined on purpose and then warns of them.
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#pragma GCC diagnostic ignored "-Wuninitialized"
+#endif
+#include <immintrin.h>
+
+#include <bit>
+
+#include "text/cpu.hpp"
+#include "utf/transcode_avx512.hpp"
+#include "utf/transcode_portable.hpp"
+
+namespace vq::transcode::avx512 {
+
+namespace {
+
+constexpr size_t groupSize = 16;
+constexpr size_t blockElements = 2 * groupSize;
+constexpr size_t asciiRun = 4 * groupSize;
+constexpr size_t vectorBytes = 64;
+constexpr size_t notMade = SIZE_MAX;
+
+VQ_TARGET_AVX512 inline uint64_t lowBits(size_t count) {
+  return _bzhi_u64(~uint64_t{0}, static_cast<unsigned>(count));
+}
+VQ_TARGET_AVX512 inline __m512i splat32(uint32_t word) {
+  return _mm512_set1_epi32(static_cast<int>(word));
+}
+VQ_TARGET_AVX512 inline bool isBelow(__m512i values, uint32_t powerOfTwo) {
+  return _mm512_test_epi32_mask(values, splat32(~(powerOfTwo - 1))) == 0;
+}
+
+// Stores the chosen bytes of `bytes`; `notMade` where they have no room.
+VQ_TARGET_AVX512 inline size_t storeChosen(__m512i bytes, uint64_t chosen, uint8_t* target, size_t room) {
+  const auto count = static_cast<size_t>(std::popcount(chosen));
+  const __m512i together = _mm512_maskz_compress_epi8(chosen, bytes);
+  if (room >= vectorBytes) {
+    _mm512_storeu_si512(target, together);
+  } else if (room >= count) {
+    _mm512_mask_storeu_epi8(target, lowBits(count), together);
+  } else {
+    return notMade;
+  }
+  return count;
+}
+
+// The 64 elements as bytes, when all are ASCII.
+VQ_TARGET_AVX512 inline bool narrowAscii(const VQChar* source, uint8_t* target) {
+  const __m512i a = _mm512_loadu_si512(source);
+  const __m512i b = _mm512_loadu_si512(source + 16);
+  const __m512i c = _mm512_loadu_si512(source + 32);
+  const __m512i d = _mm512_loadu_si512(source + 48);
+  if (!isBelow(_mm512_or_si512(_mm512_or_si512(a, b), _mm512_or_si512(c, d)), 0x80)) return false;
+  const __m512i bytes = _mm512_packus_epi16(_mm512_packus_epi32(a, b), _mm512_packus_epi32(c, d));
+  const __m512i order = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
+  _mm512_storeu_si512(target, _mm512_permutexvar_epi32(order, bytes));
+  return true;
+}
+
+// The first `count` of 32 elements up to U+07FF.
+VQ_TARGET_AVX512 inline size_t encodeUpToTwo(__m512i a, __m512i b, size_t count, uint8_t* target,
+                                             size_t room) {
+  const __m512i units =
+      _mm512_permutexvar_epi64(_mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7), _mm512_packus_epi32(a, b));
+  const uint64_t beyondAscii = _mm512_cmpgt_epu16_mask(units, _mm512_set1_epi16(0x7F));
+  const __m512i second = _mm512_and_si512(_mm512_slli_epi16(units, 8), _mm512_set1_epi16(0x3F00));
+  const __m512i payload = _mm512_or_si512(_mm512_srli_epi16(units, 6), second);
+  const __m512i two = _mm512_or_si512(payload, splat32(0x80C080C0));
+  const __m512i bytes = _mm512_mask_blend_epi16(static_cast<__mmask32>(beyondAscii), units, two);
+  const uint64_t chosen =
+      (0x5555555555555555 | _pdep_u64(beyondAscii, 0xAAAAAAAAAAAAAAAA)) & lowBits(2 * count);
+  return storeChosen(bytes, chosen, target, room);
+}
+
+// The first `count` of sixteen elements; `notMade` also where one of them is no scalar value.
+template <int longest>
+VQ_TARGET_AVX512 inline size_t encodeGroup(__m512i c, size_t count, uint8_t* target, size_t room) {
+  uint32_t faults = _mm512_cmpeq_epi32_mask(_mm512_and_si512(c, splat32(~0x7FFu)), splat32(0xD800));
+  const __mmask16 isAscii = _mm512_cmplt_epu32_mask(c, splat32(0x80));
+  __m512i markers = _mm512_mask_blend_epi32(_mm512_cmpgt_epu32_mask(c, splat32(0x7FF)), splat32(0x80C00000),
+                                            splat32(0x8080E000));
+  if constexpr (longest == 4) {
+    markers =
+        _mm512_mask_mov_epi32(markers, _mm512_cmpgt_epu32_mask(c, splat32(0xFFFF)), splat32(0x808080F0));
+    faults |= _mm512_cmpgt_epu32_mask(c, splat32(0x10FFFF));
+  }
+  if (faults != 0) return notMade;
+  // From its lowest byte a lane holds the first of four, of three, of two, and the last; the bytes of longer
+  // sequences than its own stay zero.
+  const __m512i places = _mm512_set1_epi64(0x20262C3200060C12);
+  const __m512i spread = _mm512_multishift_epi64_epi8(places, c);
+  const __m512i payload = _mm512_and_si512(spread, splat32(0x3F3F3F07));
+  const __m512i bytes = _mm512_mask_slli_epi32(_mm512_or_si512(payload, markers), isAscii, c, 24);
+  const uint64_t chosen = (_mm512_test_epi8_mask(bytes, bytes) | 0x8888888888888888) & lowBits(4 * count);
+  return storeChosen(bytes, chosen, target, room);
+}
+
+// A block or what is left of one.
+struct Block {
+  __m512i a;
+  __m512i b;
+  size_t count;
+};
+
+VQ_TARGET_AVX512 inline Block loadBlock(const VQChar* source, size_t left) {
+  if (left >= blockElements) {
+    return {_mm512_loadu_si512(source), _mm512_loadu_si512(source + groupSize), blockElements};
+  }
+  const auto wanted = static_cast<uint32_t>(lowBits(left));
+  return {_mm512_maskz_loadu_epi32(static_cast<__mmask16>(wanted), source),
+          _mm512_maskz_loadu_epi32(static_cast<__mmask16>(wanted >> groupSize), source + groupSize), left};
+}
+
+struct Progress {
+  size_t consumed;
+  size_t written;
+};
+
+// Elements up to U+FFFF, or any. Stops in front of the group that could not be made.
+template <int longest>
+VQ_TARGET_AVX512 inline Progress encodeGroups(const Block& block, uint8_t* target, size_t room) {
+  const size_t firstCount = block.count < groupSize ? block.count : groupSize;
+  const size_t first = encodeGroup<longest>(block.a, firstCount, target, room);
+  if (first == notMade) return {0, 0};
+  if (block.count == firstCount) return {firstCount, first};
+  const size_t second = encodeGroup<longest>(block.b, block.count - firstCount, target + first, room - first);
+  if (second == notMade) return {firstCount, first};
+  return {block.count, first + second};
+}
+
+VQ_TARGET_AVX512 inline Progress encodeBlock(const Block& block, uint8_t* target, size_t room) {
+  const __m512i all = _mm512_or_si512(block.a, block.b);
+  if (isBelow(all, 0x800)) {
+    const size_t made = encodeUpToTwo(block.a, block.b, block.count, target, room);
+    return made == notMade ? Progress{0, 0} : Progress{block.count, made};
+  }
+  return isBelow(all, 0x10000) ? encodeGroups<3>(block, target, room) : encodeGroups<4>(block, target, room);
+}
+
+}  // namespace
+
+VQ_TARGET_AVX512 Result wideToUtf8(const VQChar* source, size_t elementCount, uint8_t* target,
+                                   size_t capacity) {
+  size_t at = 0;
+  size_t written = 0;
+  bool wasAscii = true;
+  while (at < elementCount) {
+    const size_t left = elementCount - at;
+    const size_t room = capacity - written;
+    if (wasAscii && left >= asciiRun && room >= asciiRun && narrowAscii(source + at, target + written)) {
+      at += asciiRun;
+      written += asciiRun;
+      continue;
+    }
+    const Progress made = encodeBlock(loadBlock(source + at, left), target + written, room);
+    if (made.consumed == 0) break;
+    at += made.consumed;
+    written += made.written;
+    wasAscii = made.consumed == made.written;
+  }
+  if (at == elementCount) return {0, at, written};
+  const Result rest =
+      portable::wideToUtf8(source + at, elementCount - at, target + written, capacity - written);
+  return {rest.status, at + rest.consumed, written + rest.written};
+}
+
+}  // namespace vq::transcode::avx512
