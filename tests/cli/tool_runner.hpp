@@ -14,6 +14,13 @@ struct Outcome {
   long peakKib;
 };
 
+// A sanitizer keeps freed memory back, which says nothing about the tool.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool peakIsTheToolsOwn = false;
+#else
+constexpr bool peakIsTheToolsOwn = true;
+#endif
+
 Outcome runTool(std::vector<std::string> arguments, const std::string& input = "");
 // `script` finds the tool as $VQS.
 Outcome runShell(const std::string& script, const std::string& input = "");
