@@ -154,8 +154,8 @@ typedef struct VQHostProgress {
   /* Bytes taken from the piece and bytes written to the target, on every status. */
   uint64_t consumed;
   uint64_t written;
-  /* With VQSTATUS_BAD_SEQUENCE and VQSTATUS_SHORT_SEQUENCE: where the sequence stands, in bytes from the start
-   * of the whole source, and its length, in which a shift sequence behind it may be counted. */
+  /* With VQSTATUS_BAD_SEQUENCE and VQSTATUS_SHORT_SEQUENCE: where the sequence stands, in bytes from the
+   * start of the whole source, and its length, in which a shift sequence behind it may be counted. */
   uint64_t offset;
   uint64_t length;
 } VQHostProgress;
@@ -165,12 +165,10 @@ VQ_API VQStatus vqhostConverterOpen(VQKernel* kernel, uint32_t sourceEncoding, u
                                     VQHostConverter** converter);
 /* Null does nothing. */
 VQ_API void vqhostConverterClose(VQHostConverter* converter);
-/* Converts a piece of the source; `isFinal` not 0 says that the source ends behind it, and a last piece may be
- * empty. A character cut by the end of another piece is kept and goes on with the next.
- *   0                        the whole piece is taken in
- *   VQSTATUS_TARGET_FULL     push the rest of the piece again with more room
- *   VQSTATUS_BAD_SEQUENCE, VQSTATUS_SHORT_SEQUENCE
- *                            what stands before the sequence is written; pushing the rest of the piece goes on
+/* Converts a piece of the source; `isFinal` not 0 says that the source ends behind it, and a last piece may
+ * be empty. A character cut by the end of another piece is kept and goes on with the next. 0 the whole piece
+ * is taken in VQSTATUS_TARGET_FULL     push the rest of the piece again with more room VQSTATUS_BAD_SEQUENCE,
+ * VQSTATUS_SHORT_SEQUENCE what stands before the sequence is written; pushing the rest of the piece goes on
  *                            behind it */
 VQ_API VQStatus vqhostConverterPush(VQHostConverter* converter, const void* source, uint64_t sourceBytes,
                                     uint8_t isFinal, void* target, uint64_t targetBytes,

@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-#include "support/cpu_levels.hpp"
 #include "fake_kernel.hpp"
+#include "support/cpu_levels.hpp"
 #include "support/guarded_buffer.hpp"
 #include "text/case_map.hpp"
 #include "vqstring/text.h"
