@@ -166,10 +166,11 @@ VQ_API VQStatus vqhostConverterOpen(VQKernel* kernel, uint32_t sourceEncoding, u
 /* Null does nothing. */
 VQ_API void vqhostConverterClose(VQHostConverter* converter);
 /* Converts a piece of the source; `isFinal` not 0 says that the source ends behind it, and a last piece may
- * be empty. A character cut by the end of another piece is kept and goes on with the next. 0 the whole piece
- * is taken in VQSTATUS_TARGET_FULL     push the rest of the piece again with more room VQSTATUS_BAD_SEQUENCE,
- * VQSTATUS_SHORT_SEQUENCE what stands before the sequence is written; pushing the rest of the piece goes on
- *                            behind it */
+ * be empty. A character cut by the end of another piece is kept and goes on with the next.
+ *
+ * Answers 0 when the whole piece is taken. VQSTATUS_TARGET_FULL: push the rest of the piece again with more
+ * room. VQSTATUS_BAD_SEQUENCE, VQSTATUS_SHORT_SEQUENCE: what stands before the sequence is written, and
+ * pushing the rest of the piece goes on behind it. */
 VQ_API VQStatus vqhostConverterPush(VQHostConverter* converter, const void* source, uint64_t sourceBytes,
                                     uint8_t isFinal, void* target, uint64_t targetBytes,
                                     VQHostProgress* progress);
