@@ -7,8 +7,8 @@
 // Latin .2 / .15, Cyrillic .3 / .18, CJK .12 / .11, emoji .15 / .09. From UTF-8 a block of 64 bytes takes 35
 // to 40 cycles in any script but ASCII, which is what keeps 4 KiB below the share that slower copies leave.
 // The forms for AVX2 reach there, from UTF-8, ASCII .5 / .4, Latin .13 / .07, Cyrillic .07 / .05,
-// CJK .075 / .08, emoji .06 / .065. The copy itself is a third slower in a process that has just run 512-bit
-// code, so that rows taken in turn within one loop look better than these.
+// CJK .075 / .08, emoji .06 / .065. In a single loop that ran copy and kernels by turns, the copy was a third
+// slower as soon as the 512-bit forms were among them; such loops flatter the shares.
 #include <glib.h>
 #include <locale.h>
 #include <unicode/ustring.h>
