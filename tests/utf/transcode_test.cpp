@@ -167,6 +167,21 @@ TEST(FromUtf8, BrokenTextsUnderEveryLevel) {
   });
 }
 
+TEST(FromUtf8, ReadsNothingInFrontOfTheText) {
+  std::mt19937 random(7);
+  test::underEveryLevel([&] {
+    for (const test::Script script : test::scripts) {
+      const std::string whole = test::encode(test::sampleText(script, 200, random));
+      for (const size_t length : {16, 64, 80, 150}) {
+        const auto* bytes = reinterpret_cast<const uint8_t*>(whole.data());
+        const test::GuardedBuffer<uint8_t> text({bytes, length}, test::Edge::before);
+        checkFromUtf8(vq::transcode::utf8ToWide, text.data(), length, length);
+        checkFromUtf8(vq::transcode::utf8ToUtf16, text.data(), length, length);
+      }
+    }
+  });
+}
+
 TEST(FromWide, BrokenTextsUnderEveryLevel) {
   std::mt19937 random(5);
   constexpr VQChar turning[] = {0,        0x7F,     0x80,       0x7FF,      0x800,     0xD7FF,  0xD800,
