@@ -152,7 +152,8 @@ TEST_F(Conversion, BrokenTextLeavesWhatWasConverted) {
     EXPECT_EQ(string->text[2], 0u);
     vqStringDestroy(string);
   }
-  const VQString unpaired = wrapped({U'a', 0xD800});
+  const std::u32string unpairedText = {U'a', 0xD800};
+  const VQString unpaired = wrapped(unpairedText);
   VQNarrowString* narrow = nullptr;
   VQString* source = const_cast<VQString*>(&unpaired);
   EXPECT_EQ(vqStringDecode(source, &narrow, nullptr, ENC_UTF8), VQSTATUS_BAD_SEQUENCE);
