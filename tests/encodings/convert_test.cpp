@@ -40,7 +40,7 @@ class Conversion : public test::HostTest {
     return vqStringEncode(service(), target, pool(), guarded.data(), static_cast<int64_t>(text.size()),
                           encoding);
   }
-  VQString wrapped(const std::u32string& text) {
+  VQString wrapped(std::u32string_view text) {
     VQString string;
     vqStringInitStatic(service(), &string, pool(), text.data(), static_cast<int64_t>(text.size()));
     return string;
@@ -152,8 +152,8 @@ TEST_F(Conversion, BrokenTextLeavesWhatWasConverted) {
     EXPECT_EQ(string->text[2], 0u);
     vqStringDestroy(string);
   }
-  const std::u32string unpairedText = {U'a', 0xD800};
-  const VQString unpaired = wrapped(unpairedText);
+  const VQChar unpairedText[] = {U'a', 0xD800};
+  const VQString unpaired = wrapped({unpairedText, 2});
   VQNarrowString* narrow = nullptr;
   VQString* source = const_cast<VQString*>(&unpaired);
   EXPECT_EQ(vqStringDecode(source, &narrow, nullptr, ENC_UTF8), VQSTATUS_BAD_SEQUENCE);
