@@ -2,6 +2,7 @@
 // belong to the pool and are handed from threads that end to threads that come.
 #include "host/pool.hpp"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <unordered_map>
@@ -277,6 +278,13 @@ VQStatus Pool::free(void* memory) noexcept {
   return 0;
 }
 
+// What a block that grows from `present` bytes is given. Who grows one once mostly does it again and by
+// little, so half as much again makes many growths few moves; pages that nobody touches cost nothing. A
+// watched block gets what was asked, or the sanitizer would not see an access behind it.
+static uint64_t withSlack(uint64_t byteCount, uint64_t present) {
+  return isWatched ? byteCount : std::max(byteCount, present + present / 2);
+}
+
 void* Pool::reallocate(void* memory, uint64_t byteCount) noexcept {
   if (memory == nullptr) return allocate(byteCount, false);
   Header* block = Header::of(memory);
@@ -284,7 +292,7 @@ void* Pool::reallocate(void* memory, uint64_t byteCount) noexcept {
   if (block->sizeClass == largeClass) return reallocateLarge(block, byteCount);
   const size_t present = sizes.bytes[block->sizeClass];
   if (byteCount <= present) return memory;
-  void* grown = allocate(byteCount, false);
+  void* grown = allocate(withSlack(byteCount, present), false);
   if (grown == nullptr) return nullptr;
   std::memcpy(grown, memory, present);
   free(memory);
@@ -324,11 +332,19 @@ void Pool::freeLarge(Header* header) noexcept {
 
 void* Pool::reallocateLarge(Header* header, uint64_t byteCount) noexcept {
   if (byteCount > UINT64_MAX / 2) return nullptr;
+  LargeBlock* old = LargeBlock::of(header);
+  const uint64_t present = old->byteCount;
+  if (!isWatched && byteCount <= present && byteCount > present / 2) return header->payload();
+  uint64_t taken = byteCount > present ? withSlack(byteCount, present) : byteCount;
   const std::lock_guard hold(mutex_);
-  auto* block =
-      static_cast<LargeBlock*>(std::realloc(LargeBlock::of(header), byteCount + sizeof(LargeBlock)));
-  if (block == nullptr) return nullptr;
-  block->byteCount = byteCount;
+  void* moved = std::realloc(old, taken + sizeof(LargeBlock));
+  if (moved == nullptr && taken != byteCount) {
+    taken = byteCount;
+    moved = std::realloc(old, taken + sizeof(LargeBlock));
+  }
+  if (moved == nullptr) return nullptr;
+  auto* block = static_cast<LargeBlock*>(moved);
+  block->byteCount = taken;
   (block->previous != nullptr ? block->previous->next : large_) = block;
   if (block->next != nullptr) block->next->previous = block;
   return block->header.payload();
