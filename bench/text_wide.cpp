@@ -3,7 +3,10 @@
 // Where a peer stays ahead (Ice Lake, 3.5 GHz, g++ 12): a wmemchr loop with a rare first element, on 64
 // elements (.55 of its speed: preparing the two ends costs some 5 ns) and slightly on 1 Ki (.8); from there
 // on the two are even. The predicates cost 5 cycles a character, which is the width of the machine for a call
-// of 15 instructions in a loop. Comparisons of 1 Mi elements, 8 MiB in all, run at the speed of the memory.
+// of 15 instructions in a loop. A common first element on 64 elements finds three times as fast as
+// u32string_view and not five: the switch to the two ends comes after some misses. Case-blind comparison of 8
+// Greek or Cyrillic letters runs at half a letter a ns, since a block is not full. Comparisons of 1 Mi
+// elements, 8 MiB in all, run at the speed of the memory.
 #include <benchmark/benchmark.h>
 #include <glib.h>
 #include <unicode/uchar.h>

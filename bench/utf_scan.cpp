@@ -2,7 +2,7 @@
 // would use instead.
 //
 // At 16 B the counting forms are as fast as the plain loop or faster, but for 10 to 13 ns against 10 on
-// Latin; UTF8_SLEN looks for the terminator first and stays behind it on ASCII and Latin.
+// Latin; UTF8_SLEN looks for the terminator first and stays behind it on most scripts.
 #include <glib.h>
 
 #include <cstring>
