@@ -1,10 +1,13 @@
 // UTF-8 to wide text with AVX-512.
 //
-// The source is taken in blocks of up to 64 bytes that begin at a character; loads and stores under a mask
-// let the last one be of any length. A block is judged by masks of one bit a byte; one with a fault goes to
-// the portable form, which finds the place. Sixteen characters at a time are then spread, each to the upper
-// end of a lane of its own, and their bytes are added up by weight. The markers are added too: as each length
-// has its own sum of markers, the right one to take off is the one that leaves the least.
+// The source is taken in windows of 64 bytes, 61 bytes apart wherever the characters begin, so that no window
+// waits for what the one before it found. A window converts the characters that begin in its first 61 bytes:
+// the longest ends with its last. Windows under a mask do the rest of a text. A window is judged by masks of
+// one bit a byte; one with a fault goes to the portable form, which finds the place.
+//
+// The bytes of sixteen characters, or of thirty-two that are short, are spread to the upper ends of lanes,
+// one lane a character, and added up by weight. The markers are added too: as each length has its own sum of
+// markers, the right one to take off is the one that leaves the least.
 #ifndef __clang__
 // GCC's own header leaves operands undefined on purpose and then warns of them.
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
@@ -22,9 +25,11 @@ namespace vq::transcode::avx512 {
 
 namespace {
 
-constexpr size_t blockBytes = 64;
+constexpr size_t windowBytes = 64;
+constexpr size_t stride = windowBytes - 3;
 constexpr size_t groupSize = 16;
-constexpr size_t asciiRun = 2 * blockBytes;
+constexpr size_t asciiRun = 2 * windowBytes;
+constexpr size_t tinyText = 16;
 
 // The sums of the markers of the bytes of a character of two, three and four.
 constexpr uint32_t markers2 = (0xC0 << 6) + 0x80;
@@ -44,24 +49,39 @@ VQ_TARGET_AVX512 inline __m512i splat32(uint32_t word) {
 VQ_TARGET_AVX512 inline void storeWhole(__m512i values, VQChar* target) {
   _mm512_storeu_si512(target, values);
 }
+// Stores the first `count` of sixteen, or all.
 VQ_TARGET_AVX512 inline void storeSome(__m512i values, size_t count, VQChar* target) {
   _mm512_mask_storeu_epi32(target, static_cast<__mmask16>(_bzhi_u32(0xFFFF, static_cast<unsigned>(count))),
                            values);
+}
+// Tight: the target may end with the last of the characters.
+template <bool isTight>
+VQ_TARGET_AVX512 inline void store(__m512i values, size_t count, VQChar* target) {
+  if constexpr (isTight) {
+    storeSome(values, count, target);
+  } else {
+    storeWhole(values, target);
+  }
 }
 
 VQ_TARGET_AVX512 inline __m512i widen16(const uint8_t* source) {
   return _mm512_cvtepu8_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(source)));
 }
 
+VQ_TARGET_AVX512 inline void widenWindow(const uint8_t* source, VQChar* target) {
+  for (size_t i = 0; i < windowBytes; i += groupSize) storeWhole(widen16(source + i), target + i);
+}
+
 // The bytes of a run as elements, when all are ASCII.
 VQ_TARGET_AVX512 inline bool widenRun(const uint8_t* source, VQChar* target) {
-  const __m512i bytes = _mm512_or_si512(_mm512_loadu_si512(source), _mm512_loadu_si512(source + blockBytes));
+  const __m512i bytes = _mm512_or_si512(_mm512_loadu_si512(source), _mm512_loadu_si512(source + windowBytes));
   if (_mm512_movepi8_mask(bytes) != 0) return false;
-  for (size_t i = 0; i < asciiRun; i += groupSize) storeWhole(widen16(source + i), target + i);
+  widenWindow(source, target);
+  widenWindow(source + windowBytes, target + windowBytes);
   return true;
 }
 
-// Up to a block.
+// Up to a window.
 VQ_TARGET_AVX512 inline void widenAscii(const uint8_t* source, size_t count, VQChar* target) {
   for (size_t i = 0; i < count; i += groupSize) {
     const size_t left = count - i < groupSize ? count - i : groupSize;
@@ -70,94 +90,120 @@ VQ_TARGET_AVX512 inline void widenAscii(const uint8_t* source, size_t count, VQC
   }
 }
 
-// What is known of a block: a bit a byte.
-struct BlockShape {
-  uint64_t continuations;
-  uint64_t longStarts;  // of three or four
-  uint64_t fourStarts;
-  uint64_t ends;     // the last bytes of the characters that are whole inside the block
-  size_t byteCount;  // of these characters
-  bool hasFault;     // among these characters
+// A window and the bytes one further on.
+struct Window {
+  __m512i bytes;
+  __m512i next;
+  uint64_t notAscii;
 };
 
-VQ_TARGET_AVX512 inline BlockShape shapeOf(__m512i bytes, uint64_t notAscii, size_t length) {
-  BlockShape shape;
-  // As signed numbers the continuation bytes are the ones below 0xC0.
-  shape.continuations = _mm512_cmplt_epi8_mask(bytes, splat8(0xC0));
-  // 0xC0 and 0xC1 begin nothing but overlong forms.
-  const uint64_t starts = _mm512_cmpge_epu8_mask(bytes, splat8(0xC2));
-  shape.longStarts = _mm512_cmpge_epu8_mask(bytes, splat8(0xE0));
-  shape.fourStarts = 0;
-  uint64_t due = starts << 1;
-  uint64_t faults = notAscii & ~(shape.continuations | starts);
-  const uint64_t last = uint64_t{1} << (length - 1);
-  uint64_t cut = starts & last;
-  if (shape.longStarts != 0) {
-    // The second byte must not make an overlong form, a surrogate, or a value above U+10FFFF.
-    const uint64_t belowA0 = _mm512_cmplt_epu8_mask(bytes, splat8(0xA0));
-    faults |= (_mm512_cmpeq_epi8_mask(bytes, splat8(0xE0)) << 1 & belowA0) |
-              (_mm512_cmpeq_epi8_mask(bytes, splat8(0xED)) << 1 & ~belowA0);
-    due |= shape.longStarts << 2;
-    cut |= shape.longStarts & last >> 1;
-    shape.fourStarts = _mm512_cmpge_epu8_mask(bytes, splat8(0xF0));
-    if (shape.fourStarts != 0) {
-      const uint64_t below90 = _mm512_cmplt_epu8_mask(bytes, splat8(0x90));
-      faults |= (_mm512_cmpeq_epi8_mask(bytes, splat8(0xF0)) << 1 & below90) |
-                (_mm512_cmpeq_epi8_mask(bytes, splat8(0xF4)) << 1 & ~below90) |
-                _mm512_cmpgt_epu8_mask(bytes, splat8(0xF4));
-      due |= shape.fourStarts << 3;
-      cut |= shape.fourStarts & last >> 2;
-    }
-  }
-  faults |= due ^ shape.continuations;
-  shape.byteCount = cut == 0 ? length : static_cast<size_t>(std::countr_zero(cut));
-  // The byte behind the whole characters shows whether the last of them is.
-  shape.hasFault = (faults & lowBits(shape.byteCount + 1)) != 0;
-  shape.ends = (~shape.continuations >> 1 | uint64_t{1} << 63) & lowBits(shape.byteCount);
-  return shape;
+VQ_TARGET_AVX512 inline Window windowOf(__m512i bytes, __m512i next) {
+  return {bytes, next, _mm512_movepi8_mask(bytes)};
 }
 
-// The values of sixteen characters that lie at the upper ends of their lanes, first byte lowest.
+// What is known of a window: a bit a byte.
+struct Shape {
+  uint64_t starts;      // the first bytes of its characters
+  uint64_t longStarts;  // those of three or four
+  uint64_t fourStarts;
+  bool hasFault;
+};
+
+// Whether a first byte of two or more has a second byte that it cannot have: by Unicode 9.0, table 3-7, the
+// second lies in a range of its own behind 0xE0, 0xED, 0xF0 and 0xF4, and behind 0xC0, 0xC1 and 0xF5 and
+// above nowhere. The tables go by the lower six bits of the first byte.
+VQ_TARGET_AVX512 inline bool hasWrongSecond(const Window& window, uint64_t multiStarts) {
+  alignas(64) static constexpr uint8_t lowest[64] = {
+      0xFF, 0xFF, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80,
+      0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80,
+      0xA0, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80,
+      0x90, 0x80, 0x80, 0x80, 0x80, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
+  alignas(64) static constexpr uint8_t width[64] = {
+      0x00, 0x00, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F,
+      0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F,
+      0x1F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x1F, 0x3F, 0x3F,
+      0x2F, 0x3F, 0x3F, 0x3F, 0x0F, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00};
+  const __m512i above =
+      _mm512_sub_epi8(window.next, _mm512_permutexvar_epi8(window.bytes, _mm512_load_si512(lowest)));
+  return _mm512_mask_cmpgt_epu8_mask(multiStarts, above,
+                                     _mm512_permutexvar_epi8(window.bytes, _mm512_load_si512(width))) != 0;
+}
+
+// The characters begin in the first `startBytes`. `known` are the bytes that the window before has judged:
+// they may continue a character that began there.
+VQ_TARGET_AVX512 inline Shape shapeOf(const Window& window, uint64_t known, size_t startBytes) {
+  // As signed numbers the continuation bytes are the ones below 0xC0.
+  const uint64_t continuations = _mm512_cmplt_epi8_mask(window.bytes, splat8(0xC0));
+  const uint64_t longStarts = _mm512_cmpge_epu8_mask(window.bytes, splat8(0xE0));
+  const uint64_t multiStarts = window.notAscii & ~continuations;
+  uint64_t fourStarts = 0;
+  uint64_t due = multiStarts << 1;
+  bool hasFault;
+  if (longStarts == 0) {
+    // 0xC0 and 0xC1 begin nothing but overlong forms.
+    hasFault = _mm512_mask_cmplt_epu8_mask(multiStarts, window.bytes, splat8(0xC2)) != 0;
+  } else {
+    fourStarts = _mm512_cmpge_epu8_mask(window.bytes, splat8(0xF0));
+    due |= longStarts << 2 | fourStarts << 3;
+    hasFault = hasWrongSecond(window, multiStarts);
+  }
+  hasFault |= ((due ^ continuations) & ~known) != 0;
+  const uint64_t own = lowBits(startBytes);
+  return {~continuations & own, longStarts & own, fourStarts & own, hasFault};
+}
+
+// The values of sixteen characters that lie at the upper ends of their lanes, first byte lowest, with their
+// markers.
+VQ_TARGET_AVX512 inline __m512i weigh(__m512i lanes) {
+  return _mm512_madd_epi16(_mm512_maddubs_epi16(lanes, splat32(0x01400140)), splat32(0x00011000));
+}
+
+// Characters of up to `longest` bytes, three or four.
 template <int longest>
 VQ_TARGET_AVX512 inline __m512i join(__m512i lanes) {
-  const __m512i pairs = _mm512_maddubs_epi16(lanes, splat32(0x01400140));
-  const __m512i sums = _mm512_madd_epi16(pairs, splat32(0x00011000));
+  const __m512i sums = weigh(lanes);
   __m512i values = _mm512_min_epu32(sums, _mm512_sub_epi32(sums, splat32(markers2)));
-  if constexpr (longest >= 3) {
-    values = _mm512_min_epu32(values, _mm512_sub_epi32(sums, splat32(markers3)));
-  }
-  if constexpr (longest >= 4) {
+  values = _mm512_min_epu32(values, _mm512_sub_epi32(sums, splat32(markers3)));
+  if constexpr (longest == 4) {
     values = _mm512_min_epu32(values, _mm512_sub_epi32(sums, splat32(markers4)));
   }
   return values;
 }
 
-// Converts the whole characters of a block. Tight: the target may end with them.
-template <int longest, bool isTight>
-VQ_TARGET_AVX512 inline void convertGroups(const uint8_t* source, const BlockShape& shape, size_t characters,
-                                           VQChar* target) {
-  // A bit a character: whether it has a second byte from the end, a third, a fourth.
-  uint64_t second = _pext_u64(shape.continuations, shape.ends);
-  const uint64_t fourEnds = shape.fourStarts << 3;
-  const uint64_t threeEnds = (shape.longStarts & ~shape.fourStarts) << 2;
-  uint64_t third = longest >= 3 ? _pext_u64(threeEnds | fourEnds, shape.ends) : 0;
-  uint64_t fourth = longest >= 4 ? _pext_u64(fourEnds, shape.ends) : 0;
-  for (size_t done = 0;; done += groupSize) {
-    uint64_t spread = 0x8888888888888888 | _pdep_u64(second, 0x4444444444444444);
-    if constexpr (longest >= 3) spread |= _pdep_u64(third, 0x2222222222222222);
-    if constexpr (longest >= 4) spread |= _pdep_u64(fourth, 0x1111111111111111);
+// Characters of one or two bytes, thirty-two at a time in lanes of 16 bits. `source` stands at the first.
+template <bool isTight>
+VQ_TARGET_AVX512 inline void convertShort(const uint8_t* source, uint64_t twos, size_t characters,
+                                          VQChar* target) {
+  constexpr size_t size = 2 * groupSize;
+  for (size_t done = 0; done < characters; done += size) {
     const size_t left = characters - done;
-    if (left <= groupSize) {
-      spread &= lowBits(4 * left);
-      const __m512i values = join<longest>(_mm512_maskz_expandloadu_epi8(spread, source));
-      if (isTight) {
-        storeSome(values, left, target + done);
-      } else {
-        storeWhole(values, target + done);
-      }
-      return;
+    const uint64_t spread = (0xAAAAAAAAAAAAAAAA | _pdep_u64(twos, 0x5555555555555555)) & lowBits(2 * left);
+    const __m512i lanes = _mm512_maskz_expandloadu_epi8(spread, source);
+    const __m512i sums = _mm512_maddubs_epi16(lanes, splat32(0x01400140));
+    const __m512i values =
+        _mm512_min_epu16(sums, _mm512_sub_epi16(sums, _mm512_set1_epi16(static_cast<short>(markers2))));
+    store<isTight>(_mm512_cvtepu16_epi32(_mm512_castsi512_si256(values)), left, target + done);
+    if (left > groupSize) {
+      store<isTight>(_mm512_cvtepu16_epi32(_mm512_extracti64x4_epi64(values, 1)), left - groupSize,
+                     target + done + groupSize);
     }
-    storeWhole(join<longest>(_mm512_maskz_expandloadu_epi8(spread, source)), target + done);
+    source += std::popcount(spread);
+    twos >>= size;
+  }
+}
+
+// Characters of one to three or four bytes: whether each has a second byte, a third, a fourth.
+template <int longest, bool isTight>
+VQ_TARGET_AVX512 inline void convertMixed(const uint8_t* source, uint64_t second, uint64_t third,
+                                          uint64_t fourth, size_t characters, VQChar* target) {
+  for (size_t done = 0; done < characters; done += groupSize) {
+    const size_t left = characters - done;
+    // From the last byte down, as the last is at the upper end.
+    uint64_t spread =
+        0x8888888888888888 | _pdep_u64(second, 0x4444444444444444) | _pdep_u64(third, 0x2222222222222222);
+    if constexpr (longest == 4) spread |= _pdep_u64(fourth, 0x1111111111111111);
+    spread &= lowBits(4 * left);
+    store<isTight>(join<longest>(_mm512_maskz_expandloadu_epi8(spread, source)), left, target + done);
     source += std::popcount(spread);
     second >>= groupSize;
     third >>= groupSize;
@@ -165,74 +211,165 @@ VQ_TARGET_AVX512 inline void convertGroups(const uint8_t* source, const BlockSha
   }
 }
 
-// Characters of three bytes only.
-VQ_TARGET_AVX512 inline void convertThrees(const uint8_t* source, size_t characters, VQChar* target) {
-  constexpr uint64_t threeOfFour = 0xEEEEEEEEEEEEEEEE;
-  const uint64_t first = threeOfFour & lowBits(4 * characters);
-  storeSome(join<3>(_mm512_maskz_expandloadu_epi8(first, source)), characters, target);
+// Characters of three bytes only, of which the first is `skipped` bytes from the beginning.
+template <bool isTight>
+VQ_TARGET_AVX512 inline void convertThrees(__m512i bytes, size_t skipped, size_t characters, VQChar* target) {
+  const __m512i inOrder = _mm512_setr_epi32(
+      0x02010000, 0x05040300, 0x08070600, 0x0B0A0900, 0x0E0D0C00, 0x11100F00, 0x14131200, 0x17161500,
+      0x1A191800, 0x1D1C1B00, 0x201F1E00, 0x23222100, 0x26252400, 0x29282700, 0x2C2B2A00, 0x2F2E2D00);
+  const __m512i places = _mm512_add_epi8(inOrder, splat8(static_cast<uint8_t>(skipped)));
+  const auto values = [&](__m512i from) VQ_TARGET_AVX512 {
+    const __m512i lanes = _mm512_maskz_permutexvar_epi8(0xEEEEEEEEEEEEEEEE, from, bytes);
+    return _mm512_sub_epi32(weigh(lanes), splat32(markers3));
+  };
+  store<isTight>(values(places), characters, target);
   if (characters <= groupSize) return;
-  const size_t left = characters - groupSize;
-  const uint64_t second = threeOfFour & lowBits(4 * left);
-  storeSome(join<3>(_mm512_maskz_expandloadu_epi8(second, source + 3 * groupSize)), left, target + groupSize);
+  store<isTight>(values(_mm512_add_epi8(places, splat8(3 * groupSize))), characters - groupSize,
+                 target + groupSize);
 }
 
+// Converts the characters of a window.
 template <bool isTight>
-VQ_TARGET_AVX512 inline void convertBlock(const uint8_t* source, __m512i bytes, const BlockShape& shape,
-                                          size_t characters, VQChar* target) {
-  const uint64_t whole = lowBits(shape.byteCount);
+VQ_TARGET_AVX512 inline void convertWindow(const uint8_t* source, const Window& window, const Shape& shape,
+                                           size_t characters, VQChar* target) {
+  const auto skipped = static_cast<size_t>(std::countr_zero(shape.starts));
+  source += skipped;
   if (shape.longStarts == 0) {
-    convertGroups<2, isTight>(source, shape, characters, target);
-  } else if (shape.ends == (0x4924924924924924 & whole)) {
-    convertThrees(source, characters, target);
+    convertShort<isTight>(source, _pext_u64(window.notAscii, shape.starts), characters, target);
   } else if (shape.fourStarts == 0) {
-    convertGroups<3, isTight>(source, shape, characters, target);
-  } else if (shape.ends == (0x8888888888888888 & whole)) {
-    storeSome(join<4>(bytes), characters, target);
+    if (shape.longStarts == shape.starts) {
+      convertThrees<isTight>(window.bytes, skipped, characters, target);
+    } else {
+      convertMixed<3, isTight>(source, _pext_u64(window.notAscii, shape.starts),
+                               _pext_u64(shape.longStarts, shape.starts), 0, characters, target);
+    }
+  } else if (shape.fourStarts == shape.starts) {
+    const __m512i fours = _mm512_maskz_loadu_epi8(lowBits(4 * characters), source);
+    store<isTight>(_mm512_sub_epi32(weigh(fours), splat32(markers4)), characters, target);
   } else {
-    convertGroups<4, isTight>(source, shape, characters, target);
+    convertMixed<4, isTight>(source, _pext_u64(window.notAscii, shape.starts),
+                             _pext_u64(shape.longStarts, shape.starts),
+                             _pext_u64(shape.fourStarts, shape.starts), characters, target);
   }
+}
+
+// How far a conversion has come.
+struct Place {
+  size_t at;
+  size_t written;
+  // The bytes at `at` that are judged: the first of them may continue the last character that is written.
+  uint64_t known;
+};
+constexpr uint64_t knownOfWindow = (uint64_t{1} << (windowBytes - stride)) - 1;
+
+// The windows that have all their bytes, one more behind them, and room for as many characters.
+VQ_TARGET_AVX512 [[gnu::noinline]] Place convertWhole(const uint8_t* source, size_t byteCount, VQChar* target,
+                                                      size_t capacity) {
+  const uint8_t* at = source;
+  VQChar* out = target;
+  const uint8_t* const end = source + byteCount;
+  const VQChar* const outEnd = target + capacity;
+  uint64_t known = 0;
+  while (end - at > static_cast<ptrdiff_t>(windowBytes) &&
+         outEnd - out >= static_cast<ptrdiff_t>(windowBytes)) {
+    const Window window = windowOf(_mm512_loadu_si512(at), _mm512_loadu_si512(at + 1));
+    if (window.notAscii == 0) {
+      widenWindow(at, out);
+      at += windowBytes;
+      out += windowBytes;
+      known = 0;
+      while (end - at > static_cast<ptrdiff_t>(asciiRun) &&
+             outEnd - out >= static_cast<ptrdiff_t>(asciiRun) && widenRun(at, out)) {
+        at += asciiRun;
+        out += asciiRun;
+      }
+      continue;
+    }
+    const Shape shape = shapeOf(window, known, stride);
+    if (shape.hasFault) break;
+    const auto characters = static_cast<size_t>(std::popcount(shape.starts));
+    convertWindow<false>(at, window, shape, characters, out);
+    at += stride;
+    out += characters;
+    known = knownOfWindow;
+  }
+  return {static_cast<size_t>(at - source), static_cast<size_t>(out - target), known};
+}
+
+// A text of up to sixteen bytes, without a branch on what it is made of. The characters, or `notMade`.
+constexpr size_t notMade = SIZE_MAX;
+
+VQ_TARGET_AVX512 inline size_t convertTiny(const uint8_t* source, size_t byteCount, VQChar* target,
+                                           size_t capacity) {
+  const auto wanted = static_cast<__mmask16>(lowBits(byteCount));
+  const __m128i bytes = _mm_maskz_loadu_epi8(wanted, source);
+  const uint32_t notAscii = _mm_movepi8_mask(bytes);
+  if (notAscii == 0) {
+    if (byteCount > capacity) return notMade;
+    storeSome(_mm512_cvtepu8_epi32(bytes), byteCount, target);
+    return byteCount;
+  }
+  const __m512i block = _mm512_castsi128_si512(bytes);
+  const Window window{block, _mm512_castsi128_si512(_mm_bsrli_si128(bytes, 1)), notAscii};
+  const uint32_t continuations = _mm_cmplt_epi8_mask(bytes, _mm512_castsi512_si128(splat8(0xC0)));
+  const uint32_t longStarts = _mm_cmpge_epu8_mask(bytes, _mm512_castsi512_si128(splat8(0xE0)));
+  const uint32_t fourStarts = _mm_cmpge_epu8_mask(bytes, _mm512_castsi512_si128(splat8(0xF0)));
+  const uint32_t multiStarts = notAscii & ~continuations;
+  const uint32_t due = multiStarts << 1 | longStarts << 2 | fourStarts << 3;
+  const uint32_t starts = ~continuations & wanted;
+  const auto characters = static_cast<size_t>(std::popcount(starts));
+  if (due != continuations || hasWrongSecond(window, multiStarts) || characters > capacity) return notMade;
+  const uint64_t spread = (0x8888888888888888 | _pdep_u64(_pext_u32(notAscii, starts), 0x4444444444444444) |
+                           _pdep_u64(_pext_u32(longStarts, starts), 0x2222222222222222) |
+                           _pdep_u64(_pext_u32(fourStarts, starts), 0x1111111111111111)) &
+                          lowBits(4 * characters);
+  storeSome(join<4>(_mm512_maskz_expand_epi8(spread, block)), characters, target);
+  return characters;
+}
+
+// Back to where a character begins.
+VQ_TARGET_AVX512 inline void stepBack(Place& place, const uint8_t* source) {
+  const auto continues = [&] { return (source[place.at] & 0xC0) == 0x80; };
+  if (place.known == 0 || !continues()) return;
+  while (continues()) --place.at;
+  --place.written;
 }
 
 }  // namespace
 
 VQ_TARGET_AVX512 Result utf8ToWide(const uint8_t* source, size_t byteCount, VQChar* target, size_t capacity) {
-  size_t at = 0;
-  size_t written = 0;
-  bool wasAscii = true;
-  while (at < byteCount) {
-    const size_t left = byteCount - at;
-    const size_t room = capacity - written;
-    if (wasAscii && left >= asciiRun && room >= asciiRun && widenRun(source + at, target + written)) {
-      at += asciiRun;
-      written += asciiRun;
-      continue;
-    }
-    const size_t length = left < blockBytes ? left : blockBytes;
-    const __m512i bytes = length == blockBytes ? _mm512_loadu_si512(source + at)
-                                               : _mm512_maskz_loadu_epi8(lowBits(length), source + at);
-    const uint64_t notAscii = _mm512_movepi8_mask(bytes);
-    wasAscii = notAscii == 0;
-    if (wasAscii) {
-      if (room < length) break;
-      widenAscii(source + at, length, target + written);
-      at += length;
-      written += length;
-      continue;
-    }
-    const BlockShape shape = shapeOf(bytes, notAscii, length);
-    const auto characters = static_cast<size_t>(std::popcount(shape.ends));
-    if (shape.hasFault || characters == 0 || room < characters) break;
-    if (room < blockBytes + groupSize) {
-      convertBlock<true>(source + at, bytes, shape, characters, target + written);
-    } else {
-      convertBlock<false>(source + at, bytes, shape, characters, target + written);
-    }
-    at += shape.byteCount;
-    written += characters;
+  if (byteCount <= tinyText) {
+    const size_t characters = convertTiny(source, byteCount, target, capacity);
+    return characters == notMade ? portable::utf8ToWide(source, byteCount, target, capacity)
+                                 : Result{0, byteCount, characters};
   }
-  if (at == byteCount) return {0, at, written};
-  const Result rest = portable::utf8ToWide(source + at, byteCount - at, target + written, capacity - written);
-  return {rest.status, at + rest.consumed, written + rest.written};
+  Place place{0, 0, 0};
+  if (byteCount > windowBytes) place = convertWhole(source, byteCount, target, capacity);
+  while (place.at < byteCount) {
+    const uint8_t* at = source + place.at;
+    const size_t left = byteCount - place.at;
+    const size_t room = capacity - place.written;
+    const size_t length = left < windowBytes ? left : windowBytes;
+    const Window window = windowOf(_mm512_maskz_loadu_epi8(lowBits(length), at),
+                                   _mm512_maskz_loadu_epi8(lowBits(left - 1), at + 1));
+    if (window.notAscii == 0) {
+      if (room < length) break;
+      widenAscii(at, length, target + place.written);
+      place = {place.at + length, place.written + length, 0};
+      continue;
+    }
+    const size_t startBytes = length < windowBytes ? length : stride;
+    const Shape shape = shapeOf(window, place.known, startBytes);
+    const auto characters = static_cast<size_t>(std::popcount(shape.starts));
+    if (shape.hasFault || room < characters) break;
+    convertWindow<true>(at, window, shape, characters, target + place.written);
+    place = {place.at + startBytes, place.written + characters, knownOfWindow};
+  }
+  if (place.at == byteCount) return {0, place.at, place.written};
+  stepBack(place, source);
+  const Result rest = portable::utf8ToWide(source + place.at, byteCount - place.at, target + place.written,
+                                           capacity - place.written);
+  return {rest.status, place.at + rest.consumed, place.written + rest.written};
 }
 
 }  // namespace vq::transcode::avx512

@@ -2,8 +2,9 @@
 //
 // The source is taken in blocks of up to 32 elements; loads and stores under a mask let the last one be of
 // any length. Every element makes its bytes in a lane of its own, of 16 bits where all are below U+0800 and
-// of 32 otherwise, and the bytes that count are compressed into one vector. A block with an element that is
-// no scalar value goes to the portable form.
+// of 32 otherwise, and the bytes that count are compressed into one vector; where all elements have as many
+// bytes, a fixed permutation does it. A block with an element that is no scalar value goes to the portable
+// form.
 #ifndef __clang__
 // GCC's own header leaves operands undefined on purpose and then warns of them.
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
@@ -79,10 +80,21 @@ VQ_TARGET_AVX512 inline size_t encodeUpToTwo(__m512i a, __m512i b, size_t count,
   return storeChosen(bytes, chosen, target, room);
 }
 
+// From its lowest byte a lane holds the payload of the first of four bytes, of three, of two, and of the
+// last.
+VQ_TARGET_AVX512 inline __m512i payloadOf(__m512i c) {
+  const __m512i spread = _mm512_multishift_epi64_epi8(_mm512_set1_epi64(0x20262C3200060C12), c);
+  return _mm512_and_si512(spread, splat32(0x3F3F3F07));
+}
+
+VQ_TARGET_AVX512 inline uint32_t surrogatesOf(__m512i c) {
+  return _mm512_cmpeq_epi32_mask(_mm512_and_si512(c, splat32(~0x7FFu)), splat32(0xD800));
+}
+
 // The first `count` of sixteen elements; `notMade` also where one of them is no scalar value.
 template <int longest>
 VQ_TARGET_AVX512 inline size_t encodeGroup(__m512i c, size_t count, uint8_t* target, size_t room) {
-  uint32_t faults = _mm512_cmpeq_epi32_mask(_mm512_and_si512(c, splat32(~0x7FFu)), splat32(0xD800));
+  uint32_t faults = surrogatesOf(c);
   const __mmask16 isAscii = _mm512_cmplt_epu32_mask(c, splat32(0x80));
   __m512i markers = _mm512_mask_blend_epi32(_mm512_cmpgt_epu32_mask(c, splat32(0x7FF)), splat32(0x80C00000),
                                             splat32(0x8080E000));
@@ -92,14 +104,27 @@ VQ_TARGET_AVX512 inline size_t encodeGroup(__m512i c, size_t count, uint8_t* tar
     faults |= _mm512_cmpgt_epu32_mask(c, splat32(0x10FFFF));
   }
   if (faults != 0) return notMade;
-  // From its lowest byte a lane holds the first of four, of three, of two, and the last; the bytes of longer
-  // sequences than its own stay zero.
-  const __m512i places = _mm512_set1_epi64(0x20262C3200060C12);
-  const __m512i spread = _mm512_multishift_epi64_epi8(places, c);
-  const __m512i payload = _mm512_and_si512(spread, splat32(0x3F3F3F07));
-  const __m512i bytes = _mm512_mask_slli_epi32(_mm512_or_si512(payload, markers), isAscii, c, 24);
+  // The bytes of longer sequences than its own stay zero.
+  const __m512i bytes = _mm512_mask_slli_epi32(_mm512_or_si512(payloadOf(c), markers), isAscii, c, 24);
   const uint64_t chosen = (_mm512_test_epi8_mask(bytes, bytes) | 0x8888888888888888) & lowBits(4 * count);
   return storeChosen(bytes, chosen, target, room);
+}
+
+// Thirty-two elements that have three bytes each, into room for a vector behind the first half.
+VQ_TARGET_AVX512 inline void encodeThrees(__m512i a, __m512i b, uint8_t* target) {
+  const __m512i lastThree = _mm512_setr_epi32(0x05030201, 0x0A090706, 0x0F0E0D0B, 0x15131211, 0x1A191716,  //
+                                              0x1F1E1D1B, 0x25232221, 0x2A292726, 0x2F2E2D2B, 0x35333231,
+                                              0x3A393736, 0x3F3E3D3B, 0, 0, 0, 0);
+  const __m512i markers = splat32(0x8080E000);
+  _mm512_storeu_si512(target, _mm512_permutexvar_epi8(lastThree, _mm512_or_si512(payloadOf(a), markers)));
+  _mm512_storeu_si512(target + 3 * groupSize,
+                      _mm512_permutexvar_epi8(lastThree, _mm512_or_si512(payloadOf(b), markers)));
+}
+
+VQ_TARGET_AVX512 inline void encodeFours(__m512i a, __m512i b, uint8_t* target) {
+  const __m512i markers = splat32(0x808080F0);
+  _mm512_storeu_si512(target, _mm512_or_si512(payloadOf(a), markers));
+  _mm512_storeu_si512(target + 4 * groupSize, _mm512_or_si512(payloadOf(b), markers));
 }
 
 // A block or what is left of one.
@@ -141,13 +166,35 @@ VQ_TARGET_AVX512 inline Progress encodeBlock(const Block& block, uint8_t* target
     const size_t made = encodeUpToTwo(block.a, block.b, block.count, target, room);
     return made == notMade ? Progress{0, 0} : Progress{block.count, made};
   }
-  return isBelow(all, 0x10000) ? encodeGroups<3>(block, target, room) : encodeGroups<4>(block, target, room);
+  const __m512i least = _mm512_min_epu32(block.a, block.b);
+  const bool isWhole = block.count == blockElements && room >= 2 * vectorBytes;
+  if (isBelow(all, 0x10000)) {
+    if (isWhole && _mm512_cmplt_epu32_mask(least, splat32(0x800)) == 0) {
+      if ((surrogatesOf(block.a) | surrogatesOf(block.b)) != 0) return {0, 0};
+      encodeThrees(block.a, block.b, target);
+      return {blockElements, 3 * blockElements};
+    }
+    return encodeGroups<3>(block, target, room);
+  }
+  if (isWhole && _mm512_cmplt_epu32_mask(least, splat32(0x10000)) == 0) {
+    const __m512i greatest = _mm512_max_epu32(block.a, block.b);
+    if (_mm512_cmpgt_epu32_mask(greatest, splat32(0x10FFFF)) != 0) return {0, 0};
+    encodeFours(block.a, block.b, target);
+    return {blockElements, 4 * blockElements};
+  }
+  return encodeGroups<4>(block, target, room);
 }
 
 }  // namespace
 
 VQ_TARGET_AVX512 Result wideToUtf8(const VQChar* source, size_t elementCount, uint8_t* target,
                                    size_t capacity) {
+  if (elementCount <= groupSize) {
+    const __m512i all = _mm512_maskz_loadu_epi32(static_cast<__mmask16>(lowBits(elementCount)), source);
+    const size_t made = encodeGroup<4>(all, elementCount, target, capacity);
+    return made == notMade ? portable::wideToUtf8(source, elementCount, target, capacity)
+                           : Result{0, elementCount, made};
+  }
   size_t at = 0;
   size_t written = 0;
   bool wasAscii = true;
