@@ -270,6 +270,14 @@ VQ_TARGET_AVX512 [[gnu::noinline]] Place convertWhole(const uint8_t* source, siz
   const uint8_t* const end = source + byteCount;
   const VQChar* const outEnd = target + capacity;
   uint64_t known = 0;
+  const auto widenRuns = [&]() VQ_TARGET_AVX512 {
+    while (end - at >= static_cast<ptrdiff_t>(asciiRun) && outEnd - out >= static_cast<ptrdiff_t>(asciiRun) &&
+           widenRun(at, out)) {
+      at += asciiRun;
+      out += asciiRun;
+    }
+  };
+  widenRuns();
   while (end - at > static_cast<ptrdiff_t>(windowBytes) &&
          outEnd - out >= static_cast<ptrdiff_t>(windowBytes)) {
     const Window window = windowOf(_mm512_loadu_si512(at), _mm512_loadu_si512(at + 1));
@@ -278,11 +286,7 @@ VQ_TARGET_AVX512 [[gnu::noinline]] Place convertWhole(const uint8_t* source, siz
       at += windowBytes;
       out += windowBytes;
       known = 0;
-      while (end - at > static_cast<ptrdiff_t>(asciiRun) &&
-             outEnd - out >= static_cast<ptrdiff_t>(asciiRun) && widenRun(at, out)) {
-        at += asciiRun;
-        out += asciiRun;
-      }
+      widenRuns();
       continue;
     }
     const Shape shape = shapeOf(window, known, stride);

@@ -134,10 +134,12 @@ struct Block {
   size_t count;
 };
 
+VQ_TARGET_AVX512 inline Block loadWhole(const VQChar* source) {
+  return {_mm512_loadu_si512(source), _mm512_loadu_si512(source + groupSize), blockElements};
+}
+
 VQ_TARGET_AVX512 inline Block loadBlock(const VQChar* source, size_t left) {
-  if (left >= blockElements) {
-    return {_mm512_loadu_si512(source), _mm512_loadu_si512(source + groupSize), blockElements};
-  }
+  if (left >= blockElements) return loadWhole(source);
   const auto wanted = static_cast<uint32_t>(lowBits(left));
   return {_mm512_maskz_loadu_epi32(static_cast<__mmask16>(wanted), source),
           _mm512_maskz_loadu_epi32(static_cast<__mmask16>(wanted >> groupSize), source + groupSize), left};
@@ -206,7 +208,10 @@ VQ_TARGET_AVX512 Result wideToUtf8(const VQChar* source, size_t elementCount, ui
       written += asciiRun;
       continue;
     }
-    const Progress made = encodeBlock(loadBlock(source + at, left), target + written, room);
+    // Where there is room for any block, no store needs to look for it.
+    const bool isWhole = left >= blockElements && room >= 4 * blockElements;
+    const Progress made = isWhole ? encodeBlock(loadWhole(source + at), target + written, SIZE_MAX)
+                                  : encodeBlock(loadBlock(source + at, left), target + written, room);
     if (made.consumed == 0) break;
     at += made.consumed;
     written += made.written;
