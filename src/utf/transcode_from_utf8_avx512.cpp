@@ -263,7 +263,7 @@ struct Place {
 constexpr uint64_t knownOfWindow = (uint64_t{1} << (windowBytes - stride)) - 1;
 
 // The windows that have all their bytes, one more behind them, and room for as many characters.
-VQ_TARGET_AVX512 [[gnu::noinline]] Place convertWhole(const uint8_t* source, size_t byteCount, VQChar* target,
+[[gnu::noinline]] VQ_TARGET_AVX512 Place convertWhole(const uint8_t* source, size_t byteCount, VQChar* target,
                                                       size_t capacity) {
   const uint8_t* at = source;
   VQChar* out = target;
