@@ -16,9 +16,14 @@ void releaseExtension(VQInstanceExtension* extension) noexcept {
 
 void releaseInstance(VQInstance* instance) noexcept {
   if (instance == nullptr) return;
-  if (std::atomic_ref(instance->refCount).fetch_sub(1, std::memory_order_acq_rel) == 1) {
-    instance->instanceRealDestroy(instance);
+  const std::atomic_ref count(instance->refCount);
+  // Of the last reference nobody can make another, so that the usual end needs no locked instruction.
+  if (count.load(std::memory_order_acquire) == 1) {
+    count.store(0, std::memory_order_relaxed);
+  } else if (count.fetch_sub(1, std::memory_order_acq_rel) != 1) {
+    return;
   }
+  instance->instanceRealDestroy(instance);
 }
 
 // Most questions are about another type, and most names part at their third character: no call is worth it.

@@ -12,30 +12,36 @@ namespace {
 
 __extension__ using DoubleWord = unsigned __int128;
 
-uint64_t mixed(uint64_t hash, uint64_t word) noexcept {
-  constexpr uint64_t odd = 0x9E3779B97F4A7C15;
-  const DoubleWord product = static_cast<DoubleWord>(hash ^ word) * odd;
+// Both words of the product, folded into one.
+uint64_t folded(uint64_t a, uint64_t b) noexcept {
+  const DoubleWord product = static_cast<DoubleWord>(a) * b;
   return static_cast<uint64_t>(product) ^ static_cast<uint64_t>(product >> 64);
 }
 
-// Multiply and fold, in two lanes of eight bytes: patterns are short, and every making of an engine hashes
-// one.
+// Patterns are short, and every making of an engine hashes one: sixteen bytes a step under keys of the step's
+// own, so that no multiplication waits for the one before.
 uint64_t hashOf(const char* bytes, size_t byteCount, uint64_t seed) noexcept {
-  uint64_t first = seed ^ byteCount;
-  uint64_t second = ~first;
+  constexpr uint64_t firstStep = 0x9E3779B97F4A7C15;
+  constexpr uint64_t secondStep = 0xD1B54A32D192ED03;
+  uint64_t firstKey = seed ^ byteCount;
+  uint64_t secondKey = ~firstKey;
+  uint64_t sum = byteCount;
   uint64_t words[2];
+  const auto addWords = [&] {
+    firstKey += firstStep;
+    secondKey += secondStep;
+    sum += folded(words[0] ^ firstKey, words[1] ^ secondKey);
+  };
   for (; byteCount >= sizeof(words); bytes += sizeof(words), byteCount -= sizeof(words)) {
     std::memcpy(words, bytes, sizeof(words));
-    first = mixed(first, words[0]);
-    second = mixed(second, words[1]);
+    addWords();
   }
   if (byteCount != 0) {
     words[0] = words[1] = 0;
     std::memcpy(words, bytes, byteCount);
-    first = mixed(first, words[0]);
-    second = mixed(second, words[1]);
+    addWords();
   }
-  return mixed(first, second);
+  return folded(sum ^ firstStep, secondStep);
 }
 
 VQStatus toUtf16(uint32_t encoding, std::string_view bytes, std::u16string& out) {

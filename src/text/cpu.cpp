@@ -9,9 +9,10 @@ Level detect() {
       !__builtin_cpu_supports("popcnt")) {
     return Level::portable;
   }
-  const bool isAvx512 = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-                        __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512dq") &&
-                        __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512vbmi2");
+  const bool isAvx512 = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512cd") &&
+                        __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl") &&
+                        __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vbmi") &&
+                        __builtin_cpu_supports("avx512vbmi2");
   return isAvx512 ? Level::avx512 : Level::avx2;
 }
 

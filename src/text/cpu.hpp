@@ -13,7 +13,7 @@ namespace vq::cpu {
 enum class Level : uint8_t {
   portable,  // what every x86-64 has
   avx2,      // AVX2, BMI1, BMI2, POPCNT, LZCNT: Haswell, Zen
-  avx512,    // AVX-512 F, BW, VL, DQ, VBMI, VBMI2: Ice Lake, Zen 4
+  avx512,    // AVX-512 F, CD, BW, VL, DQ, VBMI, VBMI2: Ice Lake, Zen 4
 };
 
 // Set once when the library is loaded, before any other code of it runs.
@@ -33,5 +33,5 @@ Level detect();
 
 #define VQ_TARGET_AVX2 __attribute__((target("avx2,bmi,bmi2,popcnt,lzcnt")))
 #define VQ_TARGET_AVX512 \
-  __attribute__((        \
-      target("avx2,bmi,bmi2,popcnt,lzcnt,avx512f,avx512bw,avx512vl,avx512dq,avx512vbmi,avx512vbmi2")))
+  __attribute__((target( \
+      "avx2,bmi,bmi2,popcnt,lzcnt,avx512f,avx512cd,avx512bw,avx512vl,avx512dq,avx512vbmi,avx512vbmi2")))

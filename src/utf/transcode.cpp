@@ -46,11 +46,13 @@ Result wideToUtf16(const VQChar* source, size_t elementCount, char16_t* target, 
 }
 
 size_t wideLengthOfUtf8(const uint8_t* source, size_t byteCount) {
+  if (cpu::hasAvx512()) return avx512::wideLengthOfUtf8(source, byteCount);
   return useAvx2(byteCount, 128) ? avx2::wideLengthOfUtf8(source, byteCount)
                                  : portable::wideLengthOfUtf8(source, byteCount);
 }
 
 size_t utf8LengthOfWide(const VQChar* source, size_t elementCount) {
+  if (cpu::hasAvx512()) return avx512::utf8LengthOfWide(source, elementCount);
   return useAvx2(elementCount, 16) ? avx2::utf8LengthOfWide(source, elementCount)
                                    : portable::utf8LengthOfWide(source, elementCount);
 }

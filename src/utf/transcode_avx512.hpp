@@ -9,4 +9,7 @@ namespace vq::transcode::avx512 {
 Result utf8ToWide(const uint8_t* source, size_t byteCount, VQChar* target, size_t capacity);
 Result wideToUtf8(const VQChar* source, size_t elementCount, uint8_t* target, size_t capacity);
 
+size_t wideLengthOfUtf8(const uint8_t* source, size_t byteCount);
+size_t utf8LengthOfWide(const VQChar* source, size_t elementCount);
+
 }  // namespace vq::transcode::avx512
