@@ -6,10 +6,10 @@
 // .5 / .8 / 1.6, Latin .14 / .18 / 1.2, Cyrillic and Greek .10 / .11 / .9, CJK .09 / .10 / .7,
 // emoji .09 / .09 / .3; to UTF-8: ASCII .5 / .6 / 1.6, Latin .19 / .21 / 1.4, Cyrillic and Greek
 // .23 / .24 / 1.4, CJK .22 / .20 / 1.2, emoji .3 / .3 / .8. The forms for AVX2 reach there at 256 B / 4 KiB,
-// from UTF-8: ASCII .4 / .5, Latin .13 / .10, Cyrillic .08 / .06, CJK .07 / .05, emoji .07 / .035; to UTF-8:
-// ASCII .4 / .5, Latin .12 / .11, Cyrillic .11 / .10, CJK .12 / .07, emoji .09 / .05. At 16 B the plain loop
-// meets the same characters again and again, so that all its branches are foreseen; the AVX-512 forms take 6
-// to 12 ns whatever the text, the portable form that AVX2 machines use there 7 to 20.
+// from UTF-8: ASCII .6 / .6, Latin .14 / .11, Cyrillic and Greek .10 / .07, CJK .08 / .05, emoji .06 / .05;
+// to UTF-8: ASCII .5 / .5, Latin .15 / .12, Cyrillic and Greek .15 / .12, CJK .13 / .10, emoji .08 / .06. At
+// 16 B the plain loop meets the same characters again and again, so that all its branches are foreseen; the
+// AVX-512 forms take 6 to 12 ns whatever the text, the portable form that AVX2 machines use there 7 to 20.
 #include <glib.h>
 #include <locale.h>
 #include <unicode/ustring.h>

@@ -1,8 +1,9 @@
 // Wide text to UTF-8 and to UTF-16 with AVX2.
 //
 // The source is taken in blocks of sixteen elements, by the largest of them: all ASCII, up to U+07FF, up to
-// U+FFFF, or any. Every element makes its bytes in a lane of its own, and a look-up by the lengths of the
-// lanes brings them together. A block with an element that is no scalar value goes to the portable form.
+// U+FFFF, or any; runs of ASCII go by 32. Every element makes its bytes in a lane of its own, and a look-up
+// by the lengths of the lanes brings them together. A block with an element that is no scalar value goes to
+// the portable form.
 #include <array>
 #include <bit>
 
@@ -188,12 +189,14 @@ VQ_TARGET_AVX2 inline size_t encodeUpToFour(__m256i c, uint8_t* target) {
   return static_cast<size_t>(out - target);
 }
 
-// The bytes of sixteen elements; `notMade` also where whole vectors have no room.
-VQ_TARGET_AVX2 inline size_t encodeBlock(const VQChar* source, uint8_t* target, size_t room) {
+// The bytes of sixteen elements; `notMade` also where whole vectors have no room. ASCII has a way of its own
+// where it is likely.
+VQ_TARGET_AVX2 inline size_t encodeBlock(const VQChar* source, bool isLikelyAscii, uint8_t* target,
+                                         size_t room) {
   const __m256i a = loadEight(source);
   const __m256i b = loadEight(source + 8);
   const __m256i all = _mm256_or_si256(a, b);
-  if (_mm256_testz_si256(all, splat32<~0x7Fu>())) {
+  if (isLikelyAscii && _mm256_testz_si256(all, splat32<~0x7Fu>())) {
     if (room < 16) return notMade;
     const __m256i units = packUnits(a, b);
     store16(_mm_packus_epi16(_mm256_castsi256_si128(units), upperHalf(units)), target);
@@ -219,17 +222,19 @@ VQ_TARGET_AVX2 Result wideToUtf8(const VQChar* source, size_t elementCount, uint
                                  size_t capacity) {
   size_t at = 0;
   size_t written = 0;
+  bool wasAscii = true;
   while (elementCount - at >= blockElements) {
     const size_t room = capacity - written;
-    if (elementCount - at >= 32 && room >= 32 && narrowAscii(source + at, target + written)) {
+    if (wasAscii && elementCount - at >= 32 && room >= 32 && narrowAscii(source + at, target + written)) {
       at += 32;
       written += 32;
       continue;
     }
-    const size_t made = encodeBlock(source + at, target + written, room);
+    const size_t made = encodeBlock(source + at, wasAscii, target + written, room);
     if (made == notMade) break;
     at += blockElements;
     written += made;
+    wasAscii = made == blockElements;
   }
   const Result rest =
       portable::wideToUtf8(source + at, elementCount - at, target + written, capacity - written);
