@@ -1,6 +1,7 @@
 // The first difference of two runs, and the orders that follow from it.
 #include "text/blocks.hpp"
 #include "text/scan.hpp"
+#include "text/wide_blocks.hpp"
 #include "vqstring/text.h"
 
 namespace vq::text {
@@ -81,6 +82,65 @@ VQ_INLINE_AVX2 uint64_t differenceByBlocks(const Element* first, const Element* 
   return differs == 0 ? count : static_cast<uint64_t>(std::countr_zero(differs)) / sizeof(Element);
 }
 
+// The place of the first difference in four wide blocks, two at each of two places, counted as if the second
+// two followed the first; or the element count of the four.
+template <class Element>
+VQ_INLINE_AVX512 uint64_t differenceInWidePairs(const Element* a, const Element* b, const Element* behindA,
+                                                const Element* behindB) {
+  constexpr uint64_t lanes = wideLanes<Element>;
+  const __m512i a0 = loadWide(a), a1 = loadWide(a + lanes);
+  const __m512i a2 = loadWide(behindA), a3 = loadWide(behindA + lanes);
+  const __m512i low = addDifferences(_mm512_xor_si512(a0, loadWide(b)), a1, loadWide(b + lanes));
+  const __m512i high = addDifferences(_mm512_xor_si512(a2, loadWide(behindB)), a3, loadWide(behindB + lanes));
+  if (isAllZero(_mm512_or_si512(low, high))) [[likely]]
+    return 4 * lanes;
+  return firstOfFour<lanes>(
+      differentLanes<Element>(a0, loadWide(b)), differentLanes<Element>(a1, loadWide(b + lanes)),
+      differentLanes<Element>(a2, loadWide(behindB)), differentLanes<Element>(a3, loadWide(behindB + lanes)));
+}
+
+// The place of the first difference, or `none`.
+template <class Element>
+VQ_INLINE_AVX512 uint64_t differenceByWideBlocks(const Element* first, const Element* second, uint64_t count,
+                                                 uint64_t none) {
+  constexpr uint64_t lanes = wideLanes<Element>, pair = 2 * lanes, step = 4 * lanes;
+  if (count <= lanes) {
+    const uint64_t run = firstLanes(count);
+    const uint64_t found = differentLanes<Element>(run, loadLanes(run, first), loadLanes(run, second));
+    return found == 0 ? none : static_cast<uint64_t>(std::countr_zero(found));
+  }
+  if (count <= pair) {
+    const uint64_t head = differentLanes<Element>(loadWide(first), loadWide(second));
+    if (head != 0) return static_cast<uint64_t>(std::countr_zero(head));
+    const uint64_t last = count - lanes;
+    const uint64_t tail = differentLanes<Element>(loadWide(first + last), loadWide(second + last));
+    return tail == 0 ? none : last + static_cast<uint64_t>(std::countr_zero(tail));
+  }
+  if (count <= step) {
+    const uint64_t last = count - pair;
+    const uint64_t place = differenceInWidePairs(first, second, first + last, second + last);
+    return place < pair ? place : place == step ? none : count - step + place;
+  }
+  uint64_t place = differenceInWidePairs(first, second, first + pair, second + pair);
+  if (place != step) return place;
+  // On from a boundary of one of the two, up to a last step that ends with the runs.
+  const Element* const last = first + count - step;
+  const Element* b = second + step - lanes + lanesToWideBoundary(first);
+  for (const Element* a = first + (b - second); a < last; a += step, b += step) {
+    place = differenceInWidePairs(a, b, a + pair, b + pair);
+    if (place != step) [[unlikely]]
+      return static_cast<uint64_t>(a - first) + place;
+  }
+  b = second + count - step;
+  place = differenceInWidePairs(last, b, last + pair, b + pair);
+  return place == step ? none : count - step + place;
+}
+
+template <class Element>
+VQ_TARGET_AVX512 uint64_t placeByWideBlocks(const Element* first, const Element* second, uint64_t count) {
+  return differenceByWideBlocks(first, second, count, count);
+}
+
 template <class Element>
 VQ_TARGET_AVX2 uint64_t placeByBlocks(const Element* first, const Element* second, uint64_t count) {
   return differenceByBlocks(first, second, count);
@@ -88,6 +148,8 @@ VQ_TARGET_AVX2 uint64_t placeByBlocks(const Element* first, const Element* secon
 
 template <class Element>
 inline uint64_t placeOf(const Element* first, const Element* second, uint64_t count) {
+  if (cpu::hasAvx512()) [[likely]]
+    return placeByWideBlocks(first, second, count);
   if (!cpu::hasAvx2()) return differencePlain(first, second, count);
   return placeByBlocks(first, second, count);
 }
@@ -111,7 +173,16 @@ VQ_TARGET_AVX2 int32_t orderByBlocks(const Element* first, const Element* second
 }
 
 template <class Element>
+VQ_TARGET_AVX512 int32_t orderByWideBlocks(const Element* first, const Element* second, uint64_t count) {
+  constexpr uint64_t none = ~uint64_t{0};
+  const uint64_t place = differenceByWideBlocks(first, second, count, none);
+  return place == none ? 0 : order(first[place], second[place]);
+}
+
+template <class Element>
 inline int32_t orderOf(const Element* first, const Element* second, uint64_t count) {
+  if (cpu::hasAvx512()) [[likely]]
+    return orderByWideBlocks(first, second, count);
   if (!cpu::hasAvx2()) return orderAt(differencePlain(first, second, count), first, second, count);
   return orderByBlocks(first, second, count);
 }

@@ -5,6 +5,7 @@
 // run at the end.
 #include "text/blocks.hpp"
 #include "text/scan.hpp"
+#include "text/wide_blocks.hpp"
 #include "vqstring/text.h"
 
 namespace vq::text {
@@ -97,6 +98,85 @@ VQ_INLINE_AVX2 uint64_t scanByBlocks(const Element* buffer, uint64_t count, Elem
 }
 
 template <Wanted wanted, class Element>
+VQ_INLINE_AVX512 uint64_t hitsInWide(__m512i block, __m512i values) {
+  return wanted == Wanted::equal ? equalLanes<Element>(block, values)
+                                 : differentLanes<Element>(block, values);
+}
+
+// The place of the first hit in four wide blocks, two at each of two places, counted as if the second two
+// followed the first; or the element count of the four.
+template <Wanted wanted, class Element>
+VQ_INLINE_AVX512 uint64_t placeInWidePairs(const Element* at, const Element* behind, __m512i values) {
+  constexpr uint64_t lanes = wideLanes<Element>;
+  const __m512i a = loadWide(at), b = loadWide(at + lanes);
+  const __m512i c = loadWide(behind), d = loadWide(behind + lanes);
+  if constexpr (wanted == Wanted::equal) {
+    const __m512i least =
+        leastWide<Element>(leastWide<Element>(_mm512_xor_si512(a, values), _mm512_xor_si512(b, values)),
+                           leastWide<Element>(_mm512_xor_si512(c, values), _mm512_xor_si512(d, values)));
+    if (zeroLanes<Element>(least) == 0) [[likely]]
+      return 4 * lanes;
+  } else {
+    const __m512i low = addDifferences(_mm512_xor_si512(a, values), b, values);
+    const __m512i high = addDifferences(_mm512_xor_si512(c, values), d, values);
+    if (isAllZero(_mm512_or_si512(low, high))) [[likely]]
+      return 4 * lanes;
+  }
+  return firstOfFour<lanes>(hitsInWide<wanted, Element>(a, values), hitsInWide<wanted, Element>(b, values),
+                            hitsInWide<wanted, Element>(c, values), hitsInWide<wanted, Element>(d, values));
+}
+
+// The place of the first hit, or `none`.
+template <Wanted wanted, class Element>
+VQ_INLINE_AVX512 uint64_t scanByWideBlocks(const Element* buffer, uint64_t count, Element value,
+                                           uint64_t none) {
+  constexpr uint64_t lanes = wideLanes<Element>, pair = 2 * lanes, step = 4 * lanes;
+  const __m512i values = splatWide(value);
+  if (count <= lanes) {
+    const uint64_t run = firstLanes(count);
+    const __m512i block = loadLanes(run, buffer);
+    const uint64_t found = wanted == Wanted::equal ? equalLanes<Element>(run, block, values)
+                                                   : differentLanes<Element>(run, block, values);
+    return found == 0 ? none : static_cast<uint64_t>(std::countr_zero(found));
+  }
+  const Element* const end = buffer + count;
+  if (count <= pair) {
+    const uint64_t head = hitsInWide<wanted, Element>(loadWide(buffer), values);
+    if (head != 0) return static_cast<uint64_t>(std::countr_zero(head));
+    const uint64_t tail = hitsInWide<wanted, Element>(loadWide(end - lanes), values);
+    return tail == 0 ? none : count - lanes + static_cast<uint64_t>(std::countr_zero(tail));
+  }
+  if (count <= step) {
+    const uint64_t place = placeInWidePairs<wanted>(buffer, end - pair, values);
+    return place < pair ? place : place == step ? none : count - step + place;
+  }
+  uint64_t place = placeInWidePairs<wanted>(buffer, buffer + pair, values);
+  if (place != step) return place;
+  // On from a boundary, up to a last step that ends with the run.
+  const Element* const last = end - step;
+  for (const Element* at = buffer + step - lanes + lanesToWideBoundary(buffer); at < last; at += step) {
+    place = placeInWidePairs<wanted>(at, at + pair, values);
+    if (place != step) [[unlikely]]
+      return static_cast<uint64_t>(at - buffer) + place;
+  }
+  place = placeInWidePairs<wanted>(last, last + pair, values);
+  return place == step ? none : count - step + place;
+}
+
+template <Wanted wanted, class Element>
+VQ_TARGET_AVX512 uint64_t placeByWideBlocks(const Element* buffer, uint64_t count, Element value) {
+  return scanByWideBlocks<wanted>(buffer, count, value, count);
+}
+template <Wanted wanted, class Element>
+VQ_TARGET_AVX512 int64_t indexByWideBlocks(const Element* buffer, uint64_t count, Element value) {
+  return static_cast<int64_t>(scanByWideBlocks<wanted>(buffer, count, value, ~uint64_t{0}));
+}
+template <class Element>
+VQ_TARGET_AVX512 uint32_t isAllByWideBlocks(const Element* buffer, uint64_t count, Element value) {
+  return scanByWideBlocks<Wanted::other>(buffer, count, value, count) == count;
+}
+
+template <Wanted wanted, class Element>
 VQ_TARGET_AVX2 uint64_t placeByBlocks(const Element* buffer, uint64_t count, Element value) {
   return scanByBlocks<wanted>(buffer, count, value);
 }
@@ -112,6 +192,8 @@ VQ_TARGET_AVX2 uint32_t isAllByBlocks(const Element* buffer, uint64_t count, Ele
 // The place of the first hit, or `count`.
 template <Wanted wanted, class Element>
 inline uint64_t placeOf(const Element* buffer, uint64_t count, Element value) {
+  if (cpu::hasAvx512()) [[likely]]
+    return placeByWideBlocks<wanted>(buffer, count, value);
   if (!cpu::hasAvx2()) return scanPlain<wanted>(buffer, count, value);
   return placeByBlocks<wanted>(buffer, count, value);
 }
@@ -119,11 +201,15 @@ inline uint64_t placeOf(const Element* buffer, uint64_t count, Element value) {
 template <Wanted wanted, class Element>
 inline int64_t indexOf(const Element* buffer, uint64_t count, Element value) {
   if (buffer == nullptr) return -1;
+  if (cpu::hasAvx512()) [[likely]]
+    return indexByWideBlocks<wanted>(buffer, count, value);
   if (!cpu::hasAvx2()) return indexOrNone(scanPlain<wanted>(buffer, count, value), count);
   return indexByBlocks<wanted>(buffer, count, value);
 }
 template <class Element>
 inline uint32_t isAll(const Element* buffer, uint64_t count, Element value) {
+  if (cpu::hasAvx512()) [[likely]]
+    return isAllByWideBlocks(buffer, count, value);
   if (!cpu::hasAvx2()) return scanPlain<Wanted::other>(buffer, count, value) == count;
   return isAllByBlocks(buffer, count, value);
 }
