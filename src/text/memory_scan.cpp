@@ -111,10 +111,7 @@ VQ_INLINE_AVX512 uint64_t placeInWidePairs(const Element* at, const Element* beh
   const __m512i a = loadWide(at), b = loadWide(at + lanes);
   const __m512i c = loadWide(behind), d = loadWide(behind + lanes);
   if constexpr (wanted == Wanted::equal) {
-    const __m512i least =
-        leastWide<Element>(leastWide<Element>(_mm512_xor_si512(a, values), _mm512_xor_si512(b, values)),
-                           leastWide<Element>(_mm512_xor_si512(c, values), _mm512_xor_si512(d, values)));
-    if (zeroLanes<Element>(least) == 0) [[likely]]
+    if (!hasEqual<Element>(a, b, c, d, values)) [[likely]]
       return 4 * lanes;
   } else {
     const __m512i low = addDifferences(_mm512_xor_si512(a, values), b, values);

@@ -62,24 +62,15 @@ __attribute__((no_sanitize("address"))) VQ_INLINE_AVX2 uint64_t findZero(const u
   const bool isPlain = isWithinPage(bytes, blockBytes);
   const uint32_t found = zerosInBlock<Element>(isPlain ? bytes : bytes - lead) >> (isPlain ? 0 : lead);
   if (found != 0) return static_cast<uint64_t>(std::countr_zero(found));
-  // Most texts end soon: two blocks one by one, and a step from there if it stays in its page; what of that
-  // step lies in front of a boundary need not be seen again. At the end of a page all goes block by block.
+  // Most texts end soon: four blocks one by one, written out since a loop over them costs as much again. The
+  // steps behind them begin at a boundary of four blocks, and may look at some a second time.
   const uint8_t* at = bytes + blockBytes - lead;
-  for (const uint8_t* const soon = at + pairBytes; at < soon; at += blockBytes) {
-    if (const uint32_t zeros = zerosInBlock<Element>(at)) {
-      return static_cast<uint64_t>(at - bytes + std::countr_zero(zeros));
-    }
+#pragma GCC unroll 4
+  for (int i = 0; i < 4; ++i, at += blockBytes) {
+    const uint32_t zeros = zerosInBlock<Element>(at);
+    if (zeros != 0) return static_cast<uint64_t>(at - bytes + std::countr_zero(zeros));
   }
-  if (isWithinPage(at, stepBytes)) {
-    const uint64_t place = zeroInStep<Element>(at);
-    if (place != stepBytes) return static_cast<uint64_t>(at - bytes) + place;
-    at += stepBytes - reinterpret_cast<uintptr_t>(at) % stepBytes;
-  }
-  for (; reinterpret_cast<uintptr_t>(at) % stepBytes != 0; at += blockBytes) {
-    if (const uint32_t zeros = zerosInBlock<Element>(at)) {
-      return static_cast<uint64_t>(at - bytes + std::countr_zero(zeros));
-    }
-  }
+  at -= reinterpret_cast<uintptr_t>(at) % stepBytes;
   for (;; at += stepBytes) {
     const uint64_t place = zeroInStep<Element>(at);
     if (place != stepBytes) [[unlikely]]
@@ -117,8 +108,7 @@ __attribute__((no_sanitize("address"))) VQ_TARGET_AVX512 int64_t lengthByWideBlo
                             ? zeroLanes<Element>(loadWide(text))
                             : zeroLanes<Element>(loadWide(text - lead)) >> lead;
   if (head != 0) return std::countr_zero(head);
-  // Most texts end soon: four blocks one by one, written out since a loop over them costs as much again. The
-  // steps behind them begin at a boundary of four blocks, and may look at some a second time.
+  // On as findZero goes.
   const Element* at = text + lanes - lead;
 #pragma GCC unroll 4
   for (int i = 0; i < 4; ++i, at += lanes) {

@@ -103,6 +103,14 @@ VQ_INLINE_AVX512 bool isAllZero(__m512i a) {
   return _mm512_test_epi32_mask(a, a) == 0;
 }
 
+// Whether one of four blocks has an element equal to that of `values`.
+template <class Element>
+VQ_INLINE_AVX512 bool hasEqual(__m512i a, __m512i b, __m512i c, __m512i d, __m512i values) {
+  const __m512i low = leastWide<Element>(_mm512_xor_si512(a, values), _mm512_xor_si512(b, values));
+  const __m512i high = leastWide<Element>(_mm512_xor_si512(c, values), _mm512_xor_si512(d, values));
+  return zeroLanes<Element>(leastWide<Element>(low, high)) != 0;
+}
+
 // `known`, with the bits set in which a and b differ.
 VQ_INLINE_AVX512 __m512i addDifferences(__m512i known, __m512i a, __m512i b) {
   constexpr int formula = 0xf0 | (0xcc ^ 0xaa);
