@@ -23,6 +23,9 @@
 
 namespace vq::text {
 
+// The answer of a kernel that looks for a place and finds none.
+inline constexpr uint64_t none = ~uint64_t{0};
+
 inline constexpr uint64_t blockBytes = 32;
 inline constexpr uint64_t pairBytes = 2 * blockBytes;
 inline constexpr uint64_t stepBytes = 4 * blockBytes;

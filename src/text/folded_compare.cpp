@@ -15,7 +15,6 @@ namespace vq::text {
 namespace {
 
 constexpr uint64_t blockElements = blockBytes / sizeof(VQChar);
-constexpr uint64_t none = ~uint64_t{0};
 
 // Capitals whose lowercase lies at one distance above them, but for one place within their range.
 struct Capitals {

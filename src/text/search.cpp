@@ -16,8 +16,6 @@ namespace vq::text {
 
 namespace {
 
-constexpr uint64_t none = ~uint64_t{0};
-
 template <class Element>
 class Search {
  public:
