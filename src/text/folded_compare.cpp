@@ -148,31 +148,46 @@ VQ_INLINE_AVX512 uint64_t undecidedInWide(uint64_t run, const VQChar* first, con
   return undecided & ~capitalsBy80(apart80, low);
 }
 
-// The first position of a mask that differs, or `none`. Out of line, since few texts come here.
-__attribute__((noinline)) uint64_t differenceByTables(uint64_t mask, const VQChar* first,
-                                                      const VQChar* second) {
-  for (; mask != 0; mask &= mask - 1) {
-    const auto place = static_cast<uint64_t>(std::countr_zero(mask));
-    if (!isSamePair(first[place], second[place])) return place;
+// Positions of one block that are left to the tables.
+struct Undecided {
+  uint64_t block, mask;
+};
+
+// Those of the next block that has any, from `block` on; none have an empty mask.
+VQ_INLINE_AVX512 Undecided nextUndecided(const VQChar* first, const VQChar* second, uint64_t block,
+                                         uint64_t count) {
+  constexpr uint64_t lanes = wideLanes<VQChar>;
+  for (; block + lanes <= count; block += lanes) {
+    const uint64_t mask = undecidedInWide(0xffff, first + block, second + block);
+    if (mask != 0) return {block, mask};
   }
-  return none;
+  if (block >= count) return {count, 0};
+  return {block, undecidedInWide(firstLanes(count - block), first + block, second + block)};
 }
 
-VQ_INLINE_AVX512 uint64_t differenceInWide(uint64_t run, const VQChar* first, const VQChar* second) {
-  const uint64_t undecided = undecidedInWide(run, first, second);
-  return undecided == 0 ? none : differenceByTables(undecided, first, second);
+VQ_TARGET_AVX512 __attribute__((noinline)) Undecided nextUndecidedBehind(const VQChar* first,
+                                                                         const VQChar* second, uint64_t block,
+                                                                         uint64_t count) {
+  return nextUndecided(first, second, block + wideLanes<VQChar>, count);
+}
+
+// Takes over from the vector form, which so needs no frame of its own for the many texts that never come
+// here.
+__attribute__((noinline)) uint64_t goOnByTables(const VQChar* first, const VQChar* second, uint64_t count,
+                                                Undecided undecided) {
+  while (undecided.mask != 0) {
+    for (; undecided.mask != 0; undecided.mask &= undecided.mask - 1) {
+      const uint64_t place = undecided.block + static_cast<uint64_t>(std::countr_zero(undecided.mask));
+      if (!isSamePair(first[place], second[place])) return place;
+    }
+    undecided = nextUndecidedBehind(first, second, undecided.block, count);
+  }
+  return count;
 }
 
 VQ_TARGET_AVX512 uint64_t byWideBlocks(const VQChar* first, const VQChar* second, uint64_t count) {
-  constexpr uint64_t lanes = wideLanes<VQChar>;
-  uint64_t i = 0;
-  for (; i + lanes <= count; i += lanes) {
-    const uint64_t place = differenceInWide(0xffff, first + i, second + i);
-    if (place != none) return i + place;
-  }
-  if (i == count) return count;
-  const uint64_t place = differenceInWide(firstLanes(count - i), first + i, second + i);
-  return place != none ? i + place : count;
+  const Undecided undecided = nextUndecided(first, second, 0, count);
+  return undecided.mask == 0 ? count : goOnByTables(first, second, count, undecided);
 }
 
 }  // namespace

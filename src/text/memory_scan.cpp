@@ -1,8 +1,8 @@
 // The first element that equals a value, or that does not, over bytes and wide elements.
 //
 // The two questions differ in one bit: a mask of equal elements is searched for a one or for a zero. Short
-// runs are covered by two pieces that overlap, long ones by four blocks a step, a block that ends with the
-// run at the end.
+// runs are covered by two pieces that overlap, or by one that is cut short, long ones by four blocks a step,
+// the last of them up to the end of the run.
 #include "text/blocks.hpp"
 #include "text/scan.hpp"
 #include "text/wide_blocks.hpp"
