@@ -3,8 +3,8 @@
 // On a processor with AVX-512 both sides take forms made for it. There (Emerald Rapids, g++ 12, glibc 2.36,
 // medians of a busy machine) ours run at these shares of libc's speed, over the five lengths:
 // - memScan 1.0 to 1.8, memCmp .9 to 1.9, wMemCmp .9 to 1.6, strLen .9 to 1.4, strTLen .9 to 1.4;
-// - memCpy and memSCpy .9 to 2.0, also with the target 16 bytes past the source; memSet and memTSet .9
-// to 1.6;
+// - memCpy and memSCpy .9 to 2.0, also with the target 16 bytes past the source;
+// - memSet and memTSet .9 to 1.6;
 // - memNScan, memTNScan, memNot, memTNot, missArray .8 to 3 of a read-only sum.
 // What lies below 1 moves from run to run, and a single run goes lower: 1 Mi elements beyond the second cache
 // go at the speed of the memory, and short fills and copies are the same few stores on both sides.

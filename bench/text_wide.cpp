@@ -7,9 +7,8 @@
 // - Case-blind comparison: 5 to 6 elements a ns in every script from 64 elements on, 12 to 20 where the texts
 //   are equal. 8 elements take 4.3 ns to tell whether they are equal and 8.7 ns to order, since the order
 //   needs the first difference as well, a second walk with a call of its own.
-// - The predicates cost what a call costs: 1.0 ns for one that asks nothing ("call"), 1.1 to 1.35 ns for
-// ours,
-//   and half as much again for both while the other thread of the core is busy.
+// - The predicates cost little more than a call: 1.0 ns for one that asks nothing ("call"), 1.1 to 1.35 ns
+//   for ours, and half as much again for both while the other thread of the core is busy.
 // With cpu::level lowered to AVX2: .75 to .9 of the wmemchr loop up to 1 Ki elements, 4 to 5 times
 // u32string_view with a common first element on 64; comparison at 7 elements a ns on ASCII, 2 on other
 // scripts, and .5 to 1 on 8 elements, which do not fill a step.
