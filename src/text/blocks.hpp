@@ -10,6 +10,7 @@
 #include "text/cpu.hpp"
 #include "vqstring/base.h"
 
+#define VQ_INLINE __attribute__((always_inline)) inline
 #define VQ_INLINE_AVX2 VQ_TARGET_AVX2 __attribute__((always_inline)) inline
 
 // A plain loop that must stay one: compilers would make it a call into libc, whose forms fall at some
@@ -21,6 +22,9 @@
 #endif
 
 namespace vq::text {
+
+// The answer of a kernel that looks for a place and finds none.
+inline constexpr uint64_t none = ~uint64_t{0};
 
 inline constexpr uint64_t blockBytes = 32;
 inline constexpr uint64_t pairBytes = 2 * blockBytes;
@@ -66,6 +70,15 @@ VQ_INLINE_AVX2 __m256i anyOf(__m256i a, __m256i b, __m256i c, __m256i d) {
 // What to add to a pointer to reach the first whole block behind it.
 inline uint64_t bytesToBoundary(const void* pointer) {
   return blockBytes - reinterpret_cast<uintptr_t>(pointer) % blockBytes;
+}
+
+// Beyond the first cache, stores wait for their lines to become ours: loops over more than `farBytes` ask for
+// them `aheadBytes` before they are stored to.
+inline constexpr uint64_t farBytes = 32 * 1024, aheadBytes = 1024;
+template <uint64_t byteCount>
+VQ_INLINE void claimAhead(const uint8_t* at) {
+  constexpr uint64_t lineBytes = 64;
+  for (uint64_t i = 0; i < byteCount; i += lineBytes) asm volatile("prefetchw %0" ::"m"(at[i]));
 }
 
 // Runs shorter than a block, by halves, quarters and eighths of one; every x86-64 has what they need.

@@ -2,9 +2,12 @@
 //
 // Blocks are loaded and stored by plain vector code, never by the processor's string instruction nor by libc:
 // both collapse when the target lies a few bytes past the source modulo 4096, which blocks of one allocator
-// often do. Up to 128 bytes everything is loaded before anything is stored, so the order plays no part.
+// often do. Up to eight blocks everything is loaded before anything is stored, so the order plays no part.
 // Beyond that both ends are loaded first and the middle goes in steps of four blocks, upwards or downwards,
 // so that no step stores over what is still to be loaded.
+//
+// The code is the same for every size of block. It is written without intrinsics and inlined into functions
+// that carry the target of their size.
 #include "text/blocks.hpp"
 #include "vqstring/host.h"
 #include "vqstring/text.h"
@@ -17,127 +20,163 @@ VQ_PLAIN_LOOP void copyUpPlain(const uint8_t* source, uint8_t* target, uint64_t 
   for (uint64_t i = 0; i < count; ++i) target[i] = source[i];
 }
 
-VQ_PLAIN_LOOP void copyDownPlain(const uint8_t* source, uint8_t* target, uint64_t count) {
-  for (uint64_t i = count; i != 0; --i) target[i - 1] = source[i - 1];
-}
+using Block16 = uint8_t __attribute__((vector_size(16)));
+using Block32 = uint8_t __attribute__((vector_size(32)));
+using Block64 = uint8_t __attribute__((vector_size(64)));
 
-// Half of a block and its other half.
-struct Half {
-  __m128i low, high;
+// Some blocks that lie behind each other.
+template <class Block, int count>
+struct Group {
+  Block blocks[count];
+  VQ_INLINE void load(const uint8_t* from) {
+#pragma GCC unroll 8
+    for (int i = 0; i < count; ++i) __builtin_memcpy(&blocks[i], from + i * sizeof(Block), sizeof(Block));
+  }
+  VQ_INLINE void store(uint8_t* to) const {
+#pragma GCC unroll 8
+    for (int i = 0; i < count; ++i) __builtin_memcpy(to + i * sizeof(Block), &blocks[i], sizeof(Block));
+  }
 };
 
-template <class Word>
-__attribute__((always_inline)) inline void copyEnds(const uint8_t* source, uint8_t* target, uint64_t count) {
-  Word first, last;
-  __builtin_memcpy(&first, source, sizeof(Word));
-  __builtin_memcpy(&last, source + count - sizeof(Word), sizeof(Word));
-  __builtin_memcpy(target, &first, sizeof(Word));
-  __builtin_memcpy(target + count - sizeof(Word), &last, sizeof(Word));
+// From one to two groups, faithfully.
+template <class Block, int count = 1>
+VQ_INLINE void copyEnds(const uint8_t* source, uint8_t* target, uint64_t byteCount) {
+  using Ends = Group<Block, count>;
+  Ends first, last;
+  first.load(source);
+  last.load(source + byteCount - sizeof(Ends));
+  first.store(target);
+  last.store(target + byteCount - sizeof(Ends));
 }
 
-// Up to two blocks, faithfully, with what every x86-64 has.
-__attribute__((always_inline)) inline void copyShort(const uint8_t* source, uint8_t* target, uint64_t count) {
-  if (count > blockBytes) return copyEnds<Half>(source, target, count);
-  if (count >= 16) return copyEnds<__m128i>(source, target, count);
+constexpr uint64_t shortBytes = 64;
+
+// Faithfully, with what every x86-64 has.
+VQ_INLINE void copyShort(const uint8_t* source, uint8_t* target, uint64_t count) {
+  if (count > 32) return copyEnds<Block16, 2>(source, target, count);
+  if (count >= 16) return copyEnds<Block16>(source, target, count);
   if (count >= 8) return copyEnds<uint64_t>(source, target, count);
   if (count >= 4) return copyEnds<uint32_t>(source, target, count);
   if (count >= 2) return copyEnds<uint16_t>(source, target, count);
   if (count == 1) *target = *source;
 }
 
-VQ_INLINE_AVX2 void copyStep(const uint8_t* source, uint8_t* target) {
-  const __m256i a = loadBlock(source), b = loadBlock(source + blockBytes);
-  const __m256i c = loadBlock(source + 2 * blockBytes), d = loadBlock(source + 3 * blockBytes);
-  storeBlock(target, a);
-  storeBlock(target + blockBytes, b);
-  storeBlock(target + 2 * blockBytes, c);
-  storeBlock(target + 3 * blockBytes, d);
+template <class Block>
+VQ_INLINE void copyStep(const uint8_t* source, uint8_t* target) {
+  Group<Block, 4> step;
+  step.load(source);
+  step.store(target);
 }
 
-// Two blocks to four of them.
-VQ_INLINE_AVX2 void copyMedium(const uint8_t* source, uint8_t* target, uint64_t count) {
-  const __m256i a = loadBlock(source), b = loadBlock(source + blockBytes);
-  const __m256i c = loadBlock(source + count - 2 * blockBytes), d = loadBlock(source + count - blockBytes);
-  storeBlock(target, a);
-  storeBlock(target + blockBytes, b);
-  storeBlock(target + count - 2 * blockBytes, c);
-  storeBlock(target + count - blockBytes, d);
-}
-
-// More than a step, where the target does not begin inside the source above its start.
-VQ_INLINE_AVX2 void copyUp(const uint8_t* source, uint8_t* target, uint64_t count) {
+// More than eight blocks, where the target does not begin inside the source above its start.
+template <class Block>
+VQ_INLINE void copyUp(const uint8_t* source, uint8_t* target, uint64_t count) {
+  constexpr uint64_t stepBytes = 4 * sizeof(Block);
   const uint64_t end = count - stepBytes;
-  const __m256i head = loadBlock(source);
-  const __m256i a = loadBlock(source + end), b = loadBlock(source + end + blockBytes);
-  const __m256i c = loadBlock(source + end + 2 * blockBytes), d = loadBlock(source + end + 3 * blockBytes);
-  for (uint64_t i = bytesToBoundary(target); i < end; i += stepBytes) copyStep(source + i, target + i);
-  storeBlock(target + end, a);
-  storeBlock(target + end + blockBytes, b);
-  storeBlock(target + end + 2 * blockBytes, c);
-  storeBlock(target + end + 3 * blockBytes, d);
-  storeBlock(target, head);
+  Group<Block, 1> head;
+  Group<Block, 4> tail;
+  head.load(source);
+  tail.load(source + end);
+  uint64_t i = sizeof(Block) - reinterpret_cast<uintptr_t>(target) % sizeof(Block);
+  if (count >= farBytes) {
+    for (; i + aheadBytes < end; i += stepBytes) {
+      claimAhead<stepBytes>(target + i + aheadBytes);
+      copyStep<Block>(source + i, target + i);
+    }
+  }
+  for (; i < end; i += stepBytes) copyStep<Block>(source + i, target + i);
+  tail.store(target + end);
+  head.store(target);
 }
 
-// More than a step, where the source does not begin inside the target above its start.
-VQ_INLINE_AVX2 void copyDown(const uint8_t* source, uint8_t* target, uint64_t count) {
-  const __m256i tail = loadBlock(source + count - blockBytes);
-  const __m256i a = loadBlock(source), b = loadBlock(source + blockBytes);
-  const __m256i c = loadBlock(source + 2 * blockBytes), d = loadBlock(source + 3 * blockBytes);
-  for (uint64_t i = count - reinterpret_cast<uintptr_t>(target + count) % blockBytes; i > stepBytes;
-       i -= stepBytes) {
-    copyStep(source + i - stepBytes, target + i - stepBytes);
+// More than eight blocks, where the source does not begin inside the target above its start.
+template <class Block>
+VQ_INLINE void copyDown(const uint8_t* source, uint8_t* target, uint64_t count) {
+  constexpr uint64_t stepBytes = 4 * sizeof(Block);
+  Group<Block, 1> tail;
+  Group<Block, 4> head;
+  tail.load(source + count - sizeof(Block));
+  head.load(source);
+  uint64_t i = count - reinterpret_cast<uintptr_t>(target + count) % sizeof(Block);
+  if (count >= farBytes) {
+    for (; i > stepBytes + aheadBytes; i -= stepBytes) {
+      claimAhead<stepBytes>(target + i - stepBytes - aheadBytes);
+      copyStep<Block>(source + i - stepBytes, target + i - stepBytes);
+    }
   }
-  storeBlock(target + count - blockBytes, tail);
-  storeBlock(target, a);
-  storeBlock(target + blockBytes, b);
-  storeBlock(target + 2 * blockBytes, c);
-  storeBlock(target + 3 * blockBytes, d);
+  for (; i > stepBytes; i -= stepBytes) copyStep<Block>(source + i - stepBytes, target + i - stepBytes);
+  tail.store(target + count - sizeof(Block));
+  head.store(target);
+}
+
+// Whether two places that do not overlap make an upward copy stumble: a store just ahead of the next loads,
+// but for whole pages, makes them wait for it.
+inline bool isBetterDown(const uint8_t* source, const uint8_t* target, uint64_t count) {
+  constexpr uintptr_t pageBytes = 4096, nearBytes = 256;
+  const uintptr_t above = reinterpret_cast<uintptr_t>(target) - reinterpret_cast<uintptr_t>(source);
+  return above % pageBytes < nearBytes && -above >= count;
+}
+
+// For more than `shortBytes`.
+template <class Block>
+VQ_INLINE void copyLong(const uint8_t* source, uint8_t* target, uint64_t count, bool isDown) {
+  if (count <= 2 * sizeof(Block)) return copyEnds<Block>(source, target, count);
+  if (count <= 4 * sizeof(Block)) return copyEnds<Block, 2>(source, target, count);
+  if (count <= 8 * sizeof(Block)) return copyEnds<Block, 4>(source, target, count);
+  if (isDown || isBetterDown(source, target, count)) return copyDown<Block>(source, target, count);
+  copyUp<Block>(source, target, count);
+}
+
+VQ_TARGET_AVX512 void* copyBy64(const uint8_t* source, uint8_t* target, uint64_t count, bool isDown) {
+  copyLong<Block64>(source, target, count, isDown);
+  return target;
+}
+VQ_TARGET_AVX2 void* copyBy32(const uint8_t* source, uint8_t* target, uint64_t count, bool isDown) {
+  copyLong<Block32>(source, target, count, isDown);
+  return target;
+}
+
+inline void* copyLongByLevel(const uint8_t* source, uint8_t* target, uint64_t count, bool isDown) {
+  if (cpu::hasAvx512()) [[likely]]
+    return copyBy64(source, target, count, isDown);
+  if (cpu::hasAvx2()) return copyBy32(source, target, count, isDown);
+  copyLong<Block16>(source, target, count, isDown);
+  return target;
 }
 
 // The forward copy whose target begins `distance` bytes above the source and inside it: the first `distance`
 // bytes repeat.
-VQ_TARGET_AVX2 __attribute__((noinline)) void* smearByBlocks(const uint8_t* source, uint8_t* target,
-                                                             uint64_t count) {
+template <class Block>
+VQ_INLINE void smear(const uint8_t* source, uint8_t* target, uint64_t count) {
   const auto distance = static_cast<uint64_t>(target - source);
+  Group<Block, 1> block;
   uint64_t i = 0;
-  if (distance >= blockBytes) {
+  if (distance >= sizeof(Block)) {
     // A block that is loaded ends where the next store begins, or before it.
-    for (; i + blockBytes <= count; i += blockBytes) storeBlock(target + i, loadBlock(source + i));
+    for (; i + sizeof(Block) <= count; i += sizeof(Block)) {
+      block.load(source + i);
+      block.store(target + i);
+    }
   } else {
     // One block of the pattern, stored at distances that keep its phase.
-    alignas(blockBytes) uint8_t pattern[blockBytes];
-    for (uint64_t j = 0; j < blockBytes; ++j) pattern[j] = source[j % distance];
-    const __m256i block = loadBlock(pattern);
-    const uint64_t period = blockBytes - blockBytes % distance;
-    for (; i + blockBytes <= count; i += period) storeBlock(target + i, block);
+    uint8_t pattern[sizeof(Block)];
+    for (uint64_t j = 0; j < sizeof(Block); ++j) pattern[j] = source[j % distance];
+    block.load(pattern);
+    const uint64_t period = sizeof(Block) - sizeof(Block) % distance;
+    for (; i + sizeof(Block) <= count; i += period) block.store(target + i);
   }
   copyUpPlain(source + i, target + i, count - i);
+}
+
+VQ_TARGET_AVX2 __attribute__((noinline)) void* smearBy32(const uint8_t* source, uint8_t* target,
+                                                         uint64_t count) {
+  smear<Block32>(source, target, count);
   return target;
 }
 
 // Whether an upward copy would read what it has written, or nothing moves at all.
 inline bool beginsInside(const uint8_t* source, const uint8_t* target, uint64_t count) {
   return reinterpret_cast<uintptr_t>(target) - reinterpret_cast<uintptr_t>(source) < count;
-}
-
-// Whether two places that do not overlap make an upward copy stumble: a store just ahead of the next loads,
-// but for whole pages, makes them wait for it.
-inline bool isBetterDown(const uint8_t* source, const uint8_t* target, uint64_t count) {
-  constexpr uintptr_t pageBytes = 4096;
-  const uintptr_t above = reinterpret_cast<uintptr_t>(target) - reinterpret_cast<uintptr_t>(source);
-  return above % pageBytes < 2 * stepBytes && -above >= count;
-}
-
-// For more than two blocks.
-VQ_TARGET_AVX2 void* copyByBlocks(const uint8_t* source, uint8_t* target, uint64_t count, bool isDown) {
-  if (count <= stepBytes) {
-    copyMedium(source, target, count);
-  } else if (isDown || isBetterDown(source, target, count)) {
-    copyDown(source, target, count);
-  } else {
-    copyUp(source, target, count);
-  }
-  return target;
 }
 
 }  // namespace
@@ -150,27 +189,21 @@ void* mhMemCpy(const void* source, void* target, uint64_t count) {
   const auto* const from = static_cast<const uint8_t*>(source);
   auto* const to = static_cast<uint8_t*>(target);
   if (beginsInside(from, to, count)) [[unlikely]] {
-    if (vq::cpu::hasAvx2() && from != to) return smearByBlocks(from, to, count);
+    if (from == to) return target;
+    if (vq::cpu::hasAvx2()) return smearBy32(from, to, count);
     copyUpPlain(from, to, count);
-  } else if (count <= pairBytes) {
-    copyShort(from, to, count);
-  } else {
-    if (vq::cpu::hasAvx2()) return copyByBlocks(from, to, count, false);
-    copyUpPlain(from, to, count);
+    return target;
   }
+  if (count > shortBytes) return copyLongByLevel(from, to, count, false);
+  copyShort(from, to, count);
   return target;
 }
 
 void mhMemSCpy(const void* source, void* target, uint64_t count) {
   const auto* const from = static_cast<const uint8_t*>(source);
   auto* const to = static_cast<uint8_t*>(target);
-  if (count <= pairBytes) return copyShort(from, to, count);
-  const bool isDown = beginsInside(from, to, count);
-  if (vq::cpu::hasAvx2()) {
-    copyByBlocks(from, to, count, isDown);
-  } else {
-    (isDown ? copyDownPlain : copyUpPlain)(from, to, count);
-  }
+  if (count <= shortBytes) return copyShort(from, to, count);
+  copyLongByLevel(from, to, count, beginsInside(from, to, count));
 }
 
 void* mhMemDup(const void* source, uint64_t count, VQPool* pool) {

@@ -4,6 +4,7 @@
 // reach: the first block is taken as it lies unless it would cross into the next page, all others stand on
 // their boundary.
 #include "text/blocks.hpp"
+#include "text/wide_blocks.hpp"
 #include "vqstring/text.h"
 
 namespace vq::text {
@@ -50,7 +51,7 @@ VQ_INLINE_AVX2 uint64_t zeroInStep(const uint8_t* at) {
   return static_cast<uint64_t>(low != 0 ? std::countr_zero(low) : 64 + std::countr_zero(high));
 }
 
-inline bool isWithinPage(const uint8_t* at, uint64_t byteCount) {
+inline bool isWithinPage(const void* at, uint64_t byteCount) {
   return reinterpret_cast<uintptr_t>(at) % pageBytes <= pageBytes - byteCount;
 }
 
@@ -61,24 +62,15 @@ __attribute__((no_sanitize("address"))) VQ_INLINE_AVX2 uint64_t findZero(const u
   const bool isPlain = isWithinPage(bytes, blockBytes);
   const uint32_t found = zerosInBlock<Element>(isPlain ? bytes : bytes - lead) >> (isPlain ? 0 : lead);
   if (found != 0) return static_cast<uint64_t>(std::countr_zero(found));
-  // Most texts end soon: two blocks one by one, and a step from there if it stays in its page; what of that
-  // step lies in front of a boundary need not be seen again. At the end of a page all goes block by block.
+  // Most texts end soon: four blocks one by one, written out since a loop over them costs as much again. The
+  // steps behind them begin at a boundary of four blocks, and may look at some a second time.
   const uint8_t* at = bytes + blockBytes - lead;
-  for (const uint8_t* const soon = at + pairBytes; at < soon; at += blockBytes) {
-    if (const uint32_t zeros = zerosInBlock<Element>(at)) {
-      return static_cast<uint64_t>(at - bytes + std::countr_zero(zeros));
-    }
+#pragma GCC unroll 4
+  for (int i = 0; i < 4; ++i, at += blockBytes) {
+    const uint32_t zeros = zerosInBlock<Element>(at);
+    if (zeros != 0) return static_cast<uint64_t>(at - bytes + std::countr_zero(zeros));
   }
-  if (isWithinPage(at, stepBytes)) {
-    const uint64_t place = zeroInStep<Element>(at);
-    if (place != stepBytes) return static_cast<uint64_t>(at - bytes) + place;
-    at += stepBytes - reinterpret_cast<uintptr_t>(at) % stepBytes;
-  }
-  for (; reinterpret_cast<uintptr_t>(at) % stepBytes != 0; at += blockBytes) {
-    if (const uint32_t zeros = zerosInBlock<Element>(at)) {
-      return static_cast<uint64_t>(at - bytes + std::countr_zero(zeros));
-    }
-  }
+  at -= reinterpret_cast<uintptr_t>(at) % stepBytes;
   for (;; at += stepBytes) {
     const uint64_t place = zeroInStep<Element>(at);
     if (place != stepBytes) [[unlikely]]
@@ -93,18 +85,60 @@ __attribute__((no_sanitize("address"))) VQ_TARGET_AVX2 int64_t lengthByBlocks(co
   return static_cast<int64_t>(findZero<Element>(reinterpret_cast<const uint8_t*>(text)) / sizeof(Element));
 }
 
+// The place of the first zero in four wide blocks, or their element count.
+template <class Element>
+VQ_INLINE_AVX512 uint64_t zeroInWideStep(const Element* at) {
+  constexpr uint64_t lanes = wideLanes<Element>;
+  const __m512i a = loadWide(at), b = loadWide(at + lanes);
+  const __m512i c = loadWide(at + 2 * lanes), d = loadWide(at + 3 * lanes);
+  const __m512i least = leastWide<Element>(leastWide<Element>(a, b), leastWide<Element>(c, d));
+  if (zeroLanes<Element>(least) == 0) [[likely]]
+    return 4 * lanes;
+  return firstOfFour<lanes>(zeroLanes<Element>(a), zeroLanes<Element>(b), zeroLanes<Element>(c),
+                            zeroLanes<Element>(d));
+}
+
+template <class Element>
+__attribute__((no_sanitize("address"))) VQ_TARGET_AVX512 int64_t lengthByWideBlocks(const Element* text) {
+  constexpr uint64_t lanes = wideLanes<Element>, step = 4 * lanes;
+  if (reinterpret_cast<uintptr_t>(text) % sizeof(Element) != 0) [[unlikely]]
+    return lengthPlain(text);
+  const uint64_t lead = reinterpret_cast<uintptr_t>(text) % wideBlockBytes / sizeof(Element);
+  const uint64_t head = isWithinPage(text, wideBlockBytes)
+                            ? zeroLanes<Element>(loadWide(text))
+                            : zeroLanes<Element>(loadWide(text - lead)) >> lead;
+  if (head != 0) return std::countr_zero(head);
+  // On as findZero goes.
+  const Element* at = text + lanes - lead;
+#pragma GCC unroll 4
+  for (int i = 0; i < 4; ++i, at += lanes) {
+    const uint64_t found = zeroLanes<Element>(loadWide(at));
+    if (found != 0) return at - text + std::countr_zero(found);
+  }
+  at -= reinterpret_cast<uintptr_t>(at) % (4 * wideBlockBytes) / sizeof(Element);
+  for (;; at += step) {
+    const uint64_t place = zeroInWideStep(at);
+    if (place != step) [[unlikely]]
+      return at - text + static_cast<int64_t>(place);
+  }
+}
+
 }  // namespace
 
 }  // namespace vq::text
 
 int64_t mhStrLen(const char* text) {
   if (text == nullptr) return 0;
+  if (vq::cpu::hasAvx512()) [[likely]]
+    return vq::text::lengthByWideBlocks(reinterpret_cast<const uint8_t*>(text));
   if (!vq::cpu::hasAvx2()) return vq::text::lengthPlain(text);
   return vq::text::lengthByBlocks(reinterpret_cast<const uint8_t*>(text));
 }
 
 int64_t mhStrTLen(const VQChar* text) {
   if (text == nullptr) return 0;
+  if (vq::cpu::hasAvx512()) [[likely]]
+    return vq::text::lengthByWideBlocks(text);
   if (!vq::cpu::hasAvx2()) return vq::text::lengthPlain(text);
   return vq::text::lengthByBlocks(text);
 }

@@ -81,23 +81,35 @@ TEST(MemoryCopy, SafeCopyIsFaithful) {
   expectCopies([](const uint8_t* s, uint8_t* t, size_t n) { mhMemSCpy(s, t, n); }, faithfulCopy);
 }
 
-// Above some size the copies may take another road.
+// Beyond the first cache the copies and fills take another road.
+const size_t largeLengths[] = {32767, 32768, 33001, 70016};
+
 TEST(MemoryCopy, LargeBlocks) {
-  constexpr size_t count = (size_t{9} << 20) + 77;
-  std::vector<uint8_t> room(2 * count + 16);
+  constexpr size_t longest = (size_t{9} << 20) + 77;
+  std::vector<uint8_t> room(2 * longest + 16);
+  std::vector<size_t> counts(std::begin(largeLengths), std::end(largeLengths));
+  counts.push_back(longest);
   test::atEveryLevel([&] {
-    for (ptrdiff_t distance : {ptrdiff_t{-40}, ptrdiff_t{33}, ptrdiff_t{5}, ptrdiff_t{count + 16}}) {
-      expectCopy([](const uint8_t* s, uint8_t* t, size_t n) { mhMemCpy(s, t, n); }, forwardCopy, count,
-                 distance, room, Edge::behind);
-      expectCopy([](const uint8_t* s, uint8_t* t, size_t n) { mhMemSCpy(s, t, n); }, faithfulCopy, count,
-                 distance, room, Edge::behind);
+    for (size_t count : counts) {
+      const auto behind = static_cast<ptrdiff_t>(count) + 16;
+      const ptrdiff_t samePhase = (behind / 4096 + 1) * 4096;
+      std::vector<ptrdiff_t> distances = {-40, 33, 5, behind, -behind};
+      if (count != longest) distances.insert(distances.end(), {samePhase + 8, samePhase + 300});
+      for (ptrdiff_t distance : distances) {
+        expectCopy([](const uint8_t* s, uint8_t* t, size_t n) { mhMemCpy(s, t, n); }, forwardCopy, count,
+                   distance, room, Edge::behind);
+        expectCopy([](const uint8_t* s, uint8_t* t, size_t n) { mhMemSCpy(s, t, n); }, faithfulCopy, count,
+                   distance, room, Edge::behind);
+      }
     }
   });
 }
 
 TEST(MemoryCopy, FillsTouchTheirElementsAlone) {
-  test::atEveryLevel([] {
-    for (size_t count : lengths()) {
+  std::vector<size_t> counts = lengths();
+  counts.insert(counts.end(), std::begin(largeLengths), std::end(largeLengths));
+  test::atEveryLevel([&] {
+    for (size_t count : counts) {
       for (size_t offset = 0; offset < 33; ++offset) {
         GuardedBuffer<uint8_t> bytes(count + offset);
         std::fill(bytes.begin(), bytes.end(), uint8_t{1});
