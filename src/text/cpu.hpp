@@ -16,8 +16,9 @@ enum class Level : uint8_t {
   avx512,    // AVX-512 F, CD, BW, VL, DQ, VBMI, VBMI2: Ice Lake, Zen 4
 };
 
-// Set once when the library is loaded, before any other code of it runs.
-extern Level level;
+// Set once when the library is loaded, before any other code of it runs. Hidden: no exported function has to
+// look up where it lies.
+__attribute__((visibility("hidden"))) extern Level level;
 
 inline bool hasAvx2() {
   return level >= Level::avx2;
