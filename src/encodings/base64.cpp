@@ -16,35 +16,51 @@ namespace {
 
 using base64::Alphabet;
 
-// 76 characters a line.
-constexpr uint64_t groupsPerLine = 19;
-
 // ---- Encoding ----
 
-char* writeGroups(const Alphabet& alphabet, const uint8_t* bytes, uint64_t groupCount, bool wrap,
-                  char* target) {
+// Whole groups, in lines or without an end.
+template <class Element>
+Element* writeGroups(const Alphabet& alphabet, const uint8_t* bytes, uint64_t groupCount, bool wrap,
+                     Element* target) {
   if (wrap) {
-    for (; groupCount >= groupsPerLine; groupCount -= groupsPerLine) {
-      base64::encodeGroups(alphabet, bytes, groupsPerLine, target);
-      bytes += 3 * groupsPerLine;
-      target += 4 * groupsPerLine;
-      *target++ = '\n';
-    }
+    const uint64_t lineCount = groupCount / base64::groupsPerLine;
+    base64::encodeLines(alphabet, bytes, lineCount, target);
+    bytes += 3 * base64::groupsPerLine * lineCount;
+    target += (4 * base64::groupsPerLine + 1) * lineCount;
+    groupCount -= base64::groupsPerLine * lineCount;
   }
   base64::encodeGroups(alphabet, bytes, groupCount, target);
   return target + 4 * groupCount;
 }
 
 // The one or two bytes of the last group.
-char* writeRest(const Alphabet& alphabet, const uint8_t* bytes, uint64_t byteCount, bool pad, char* target) {
+template <class Element>
+Element* writeRest(const Alphabet& alphabet, const uint8_t* bytes, uint64_t byteCount, bool pad,
+                   Element* target) {
   const uint8_t group[3] = {bytes[0], byteCount > 1 ? bytes[1] : uint8_t{0}, 0};
-  char characters[4];
+  Element characters[4];
   base64::portable::encodeGroups(alphabet, group, 1, characters);
-  for (uint64_t i = 0; i <= byteCount; ++i) *target++ = characters[i];
+  *target++ = characters[0];
+  *target++ = characters[1];
+  if (byteCount > 1) *target++ = characters[2];
   if (pad) {
-    for (uint64_t i = byteCount; i < 3; ++i) *target++ = '=';
+    if (byteCount == 1) *target++ = '=';
+    *target++ = '=';
   }
   return target;
+}
+
+// The encoded form of some bytes, without a terminator. Answers its end.
+template <class Element>
+Element* writeText(const Alphabet& alphabet, const uint8_t* bytes, uint64_t byteCount, bool pad, bool wrap,
+                   Element* target) {
+  const uint64_t groupCount = byteCount / 3, restBytes = byteCount % 3;
+  Element* end = writeGroups(alphabet, bytes, groupCount, wrap, target);
+  if (restBytes == 0) return end;
+  end = writeRest(alphabet, bytes + 3 * groupCount, restBytes, pad, end);
+  // A shortened group counts as a whole one on its line.
+  if (wrap && (groupCount + 1) % base64::groupsPerLine == 0) *end++ = '\n';
+  return end;
 }
 
 // The room for the encoded text: a third more, the line feeds, and something for the last group. False when
@@ -57,7 +73,7 @@ bool encodedCapacity(uint64_t byteCount, bool wrap, int64_t* capacity) {
     const uint64_t groupCount = byteCount / 3 + 1;
     uint64_t exact = 0;
     if (__builtin_mul_overflow(groupCount, 4, &exact) ||
-        __builtin_add_overflow(exact, groupCount / groupsPerLine, &exact)) {
+        __builtin_add_overflow(exact, groupCount / base64::groupsPerLine, &exact)) {
       return false;
     }
     sum = std::max(sum, exact);
@@ -78,13 +94,7 @@ VQStatus encode(const Alphabet& alphabet, VQStringService* service, const void* 
     return status;
   }
   const auto* bytes = static_cast<const uint8_t*>(source);
-  const uint64_t groupCount = byteCount / 3, restBytes = byteCount % 3;
-  char* end = writeGroups(alphabet, bytes, groupCount, isWrapped, string->text);
-  if (restBytes != 0) {
-    end = writeRest(alphabet, bytes + 3 * groupCount, restBytes, isPadded, end);
-    // A shortened group counts as a whole one on its line.
-    if (isWrapped && (groupCount + 1) % groupsPerLine == 0) *end++ = '\n';
-  }
+  char* end = writeText(alphabet, bytes, byteCount, isPadded, isWrapped, string->text);
   *end = 0;
   string->length = static_cast<uint64_t>(end - string->text);
   assert(string->length <= string->capacity);

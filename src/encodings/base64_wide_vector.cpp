@@ -1,5 +1,6 @@
 // Base64 on plain memory in AVX-512 with byte permutations: 48 bytes against 64 characters a step. The tables
-// of the alphabet are looked up as they are, and a mask cuts the last step to what is left.
+// of the alphabet are looked up as they are. Runs shorter than a step, and the end of a text to decode, go by
+// masks that cut the step to what is there.
 #ifndef __clang__
 // GCC's own header leaves operands undefined on purpose and then warns of them.
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
@@ -20,82 +21,205 @@ VQ_TARGET_AVX512 inline __mmask64 lowBits(uint64_t count) {
   return _cvtu64_mask64(_bzhi_u64(UINT64_MAX, static_cast<uint32_t>(count)));
 }
 
-// `count` characters; what is behind them reads as zero.
-VQ_TARGET_AVX512 inline __m512i load(const char* text, uint64_t count) {
-  return _mm512_maskz_loadu_epi8(lowBits(count), text);
+constexpr uint64_t stepBytes = 3 * vectorGroups;
+constexpr __mmask64 stepMask = (uint64_t{1} << stepBytes) - 1;
+
+using Places = std::array<uint8_t, 64>;
+
+template <class Place>
+constexpr Places placesBy(Place place) {
+  Places places{};
+  for (uint8_t i = 0; i < 64; ++i) places[i] = static_cast<uint8_t>(place(i));
+  return places;
 }
 
-// A wide character with a bit above the low seven becomes 0xFF, which is in no alphabet.
-VQ_TARGET_AVX512 inline __m512i load(const VQChar* text, uint64_t count) {
-  const uint64_t mask = _cvtmask64_u64(lowBits(count));
-  __m128i quarters[4];
-  for (uint32_t i = 0; i < 4; ++i) {
-    const auto part = static_cast<__mmask16>(mask >> (16 * i));
-    // Saturates; what fits a byte keeps its high bit.
-    quarters[i] = _mm512_cvtusepi32_epi8(_mm512_maskz_loadu_epi32(part, text + 16 * i));
+// Where each byte of a permuted vector comes from. In encoding, the bytes of a group in the order in which
+// its values can be cut out; in decoding, the low three bytes of each word, from the top one on.
+constexpr int inGroup[4] = {1, 0, 2, 1};
+alignas(64) constexpr Places groupOrder = placesBy([](int i) { return i / 4 * 3 + inGroup[i % 4]; });
+alignas(64) constexpr Places byteOrder = placesBy([](int i) { return i < 48 ? i / 3 * 4 + 2 - i % 3 : 0; });
+// Each of the first 16 characters at the low end of a word.
+alignas(64) constexpr Places wordOrder = placesBy([](int i) { return i / 4; });
+
+VQ_TARGET_AVX512 inline __m512i tableOf(const void* bytes) {
+  return _mm512_load_si512(bytes);
+}
+
+// ---- Encoding ----
+
+// 64 characters, and the first 4 * `groupCount` of them.
+VQ_TARGET_AVX512 inline void store(char* target, __m512i characters) {
+  _mm512_storeu_si512(target, characters);
+}
+VQ_TARGET_AVX512 inline void store(char* target, __m512i characters, uint64_t groupCount) {
+  _mm512_mask_storeu_epi8(target, lowBits(4 * groupCount), characters);
+}
+// The characters of four groups that begin at character `first`, each in an element.
+VQ_TARGET_AVX512 inline __m512i widened(__m512i characters, char first) {
+  constexpr __mmask64 lowBytes = 0x1111111111111111;
+  const __m512i order = _mm512_add_epi8(tableOf(wordOrder.data()), _mm512_set1_epi8(first));
+  return _mm512_maskz_permutexvar_epi8(lowBytes, order, characters);
+}
+VQ_TARGET_AVX512 inline void store(VQChar* target, __m512i characters) {
+  _mm512_storeu_si512(target, widened(characters, 0));
+  _mm512_storeu_si512(target + 16, widened(characters, 16));
+  _mm512_storeu_si512(target + 32, widened(characters, 32));
+  _mm512_storeu_si512(target + 48, widened(characters, 48));
+}
+VQ_TARGET_AVX512 inline void store(VQChar* target, __m512i characters, uint64_t groupCount) {
+  const uint64_t mask = _cvtmask64_u64(lowBits(4 * groupCount));
+  _mm512_mask_storeu_epi32(target, static_cast<__mmask16>(mask), widened(characters, 0));
+  _mm512_mask_storeu_epi32(target + 16, static_cast<__mmask16>(mask >> 16), widened(characters, 16));
+  _mm512_mask_storeu_epi32(target + 32, static_cast<__mmask16>(mask >> 32), widened(characters, 32));
+  _mm512_mask_storeu_epi32(target + 48, static_cast<__mmask16>(mask >> 48), widened(characters, 48));
+}
+
+struct Encoder {
+  __m512i characters;
+  __m512i order;
+  // The bits of a group, as bytes b1 b0 b2 b1, where its four values begin.
+  __m512i shifts;
+
+  VQ_TARGET_AVX512 explicit Encoder(const Alphabet& alphabet)
+      : characters(tableOf(alphabet.characters.data())),
+        order(tableOf(groupOrder.data())),
+        shifts(_mm512_set1_epi64(0x3036242A1016040A)) {}
+
+  VQ_TARGET_AVX512 __m512i step(const uint8_t* bytes, __mmask64 mask) const {
+    const __m512i source = _mm512_maskz_loadu_epi8(mask, bytes);
+    const __m512i values = _mm512_multishift_epi64_epi8(shifts, _mm512_permutexvar_epi8(order, source));
+    return _mm512_permutexvar_epi8(values, characters);
   }
-  return _mm512_inserti64x4(_mm512_castsi256_si512(_mm256_set_m128i(quarters[1], quarters[0])),
-                            _mm256_set_m128i(quarters[3], quarters[2]), 1);
-}
 
-// Where each byte of a permuted vector comes from: in encoding the bytes of a group in the order in which its
-// values can be cut out; in decoding the low three bytes of each word, from the top one on.
-struct ByteOrder {
-  alignas(64) uint8_t places[64];
+  template <class Element>
+  VQ_TARGET_AVX512 void run(const uint8_t* bytes, uint64_t groupCount, Element* target) const {
+    if (groupCount < vectorGroups) {
+      store(target, step(bytes, lowBits(3 * groupCount)), groupCount);
+      return;
+    }
+    // From the second step on at the boundaries of cache lines, if the target allows it: a store that crosses
+    // one costs two.
+    store(target, step(bytes, stepMask));
+    constexpr uint64_t groupSize = 4 * sizeof(Element);
+    uint64_t group = vectorGroups - reinterpret_cast<uintptr_t>(target) / groupSize % vectorGroups;
+    for (; groupCount - group >= 2 * vectorGroups; group += 2 * vectorGroups) {
+      const __m512i first = step(bytes + 3 * group, stepMask);
+      const __m512i second = step(bytes + 3 * group + stepBytes, stepMask);
+      store(target + 4 * group, first);
+      store(target + 4 * group + 4 * vectorGroups, second);
+    }
+    if (groupCount - group > vectorGroups) store(target + 4 * group, step(bytes + 3 * group, stepMask));
+    const uint64_t last = groupCount - vectorGroups;
+    store(target + 4 * last, step(bytes + 3 * last, stepMask));
+  }
 };
-constexpr ByteOrder groupOrder = [] {
-  ByteOrder order{};
-  for (uint8_t i = 0; i < 64; ++i) {
-    constexpr uint8_t inGroup[4] = {1, 0, 2, 1};
-    order.places[i] = static_cast<uint8_t>(i / 4 * 3 + inGroup[i % 4]);
+
+template <class Element>
+VQ_TARGET_AVX512 void encodeEachLine(const Alphabet& alphabet, const uint8_t* bytes, uint64_t lineCount,
+                                     Element* target) {
+  const Encoder encoder(alphabet);
+  for (; lineCount != 0; --lineCount, bytes += 3 * groupsPerLine, target += 4 * groupsPerLine) {
+    constexpr uint64_t last = groupsPerLine - vectorGroups;
+    store(target, encoder.step(bytes, stepMask));
+    store(target + 4 * last, encoder.step(bytes + 3 * last, stepMask));
+    target[4 * groupsPerLine] = '\n';
+    ++target;
   }
-  return order;
-}();
-constexpr ByteOrder byteOrder = [] {
-  ByteOrder order{};
-  for (uint8_t i = 0; i < 48; ++i) order.places[i] = static_cast<uint8_t>(i / 3 * 4 + 2 - i % 3);
-  return order;
-}();
+}
+
+// ---- Decoding ----
+
+// The characters of the mask; the others read as zero.
+VQ_TARGET_AVX512 inline __m512i load(const char* text, __mmask64 mask) {
+  return _mm512_maskz_loadu_epi8(mask, text);
+}
+
+// The packs saturate: what is no byte becomes 0 or 0xFF, which are in no alphabet.
+VQ_TARGET_AVX512 inline __m512i load(const VQChar* text, __mmask64 mask) {
+  const uint64_t bits = _cvtmask64_u64(mask);
+  __m512i quarters[4];
+  for (uint32_t i = 0; i < 4; ++i) {
+    quarters[i] = _mm512_maskz_loadu_epi32(static_cast<__mmask16>(bits >> (16 * i)), text + 16 * i);
+  }
+  const __m512i packed = _mm512_packus_epi16(_mm512_packus_epi32(quarters[0], quarters[1]),
+                                             _mm512_packus_epi32(quarters[2], quarters[3]));
+  // The packs work within lanes: four characters of each quarter in turn, first of all lowest lanes.
+  return _mm512_permutexvar_epi32(_mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15),
+                                  packed);
+}
+
+struct Decoder {
+  __m512i lower;
+  __m512i upper;
+  __m512i order;
+
+  VQ_TARGET_AVX512 explicit Decoder(const Alphabet& alphabet)
+      : lower(tableOf(alphabet.values.data())),
+        upper(tableOf(alphabet.values.data() + 64)),
+        order(tableOf(byteOrder.data())) {}
+
+  VQ_TARGET_AVX512 __m512i valuesOf(__m512i characters) const {
+    return _mm512_permutex2var_epi8(lower, characters, upper);
+  }
+  VQ_TARGET_AVX512 __m512i bytesOf(__m512i values) const {
+    const __m512i pairs = _mm512_maddubs_epi16(values, _mm512_set1_epi32(0x01400140));
+    return _mm512_permutexvar_epi8(order, _mm512_madd_epi16(pairs, _mm512_set1_epi32(0x00011000)));
+  }
+};
+
+// A byte above 0x7F has its own high bit, an invalid one gets it from the table.
+VQ_TARGET_AVX512 inline __mmask64 highBits(__m512i bytes) {
+  return _mm512_movepi8_mask(bytes);
+}
 
 template <class Element>
 VQ_TARGET_AVX512 uint64_t decode(const Alphabet& alphabet, const Element* text, uint64_t groupCount,
                                  uint8_t* target) {
-  const __m512i lower = _mm512_load_si512(alphabet.values.data());
-  const __m512i upper = _mm512_load_si512(alphabet.values.data() + 64);
-  const __m512i bytesInOrder = _mm512_load_si512(byteOrder.places);
-  for (uint64_t group = 0; group < groupCount; group += vectorGroups) {
-    const uint64_t count = std::min(groupCount - group, vectorGroups);
-    const __m512i characters = load(text + 4 * group, 4 * count);
-    const __m512i values = _mm512_permutex2var_epi8(lower, characters, upper);
-    // A byte above 0x7F has its own high bit, an invalid one gets it from the table.
-    const __mmask64 invalidBits =
-        _kand_mask64(lowBits(4 * count), _mm512_movepi8_mask(_mm512_or_si512(values, characters)));
-    if (_cvtmask64_u64(invalidBits) != 0) {
-      return group + portable::decodeGroups(alphabet, text + 4 * group, count, target + 3 * group);
-    }
-    const __m512i pairs = _mm512_maddubs_epi16(values, _mm512_set1_epi32(0x01400140));
-    const __m512i groups = _mm512_madd_epi16(pairs, _mm512_set1_epi32(0x00011000));
-    _mm512_mask_storeu_epi8(target + 3 * group, lowBits(3 * count),
-                            _mm512_permutexvar_epi8(bytesInOrder, groups));
+  const Decoder decoder(alphabet);
+  constexpr __mmask64 whole = UINT64_MAX;
+  uint64_t group = 0;
+  // A store of 64 bytes needs room for six groups more.
+  for (; groupCount - group >= 2 * vectorGroups + 6; group += 2 * vectorGroups) {
+    const __m512i first = load(text + 4 * group, whole);
+    const __m512i second = load(text + 4 * (group + vectorGroups), whole);
+    const __m512i firstValues = decoder.valuesOf(first), secondValues = decoder.valuesOf(second);
+    const __m512i all = _mm512_or_si512(_mm512_or_si512(first, firstValues), second);
+    if (_cvtmask64_u64(highBits(_mm512_or_si512(all, secondValues))) != 0) break;
+    _mm512_storeu_si512(target + 3 * group, decoder.bytesOf(firstValues));
+    _mm512_storeu_si512(target + 3 * group + stepBytes, decoder.bytesOf(secondValues));
   }
-  return groupCount;
+  while (group < groupCount) {
+    const uint64_t count = std::min(groupCount - group, vectorGroups);
+    const __mmask64 mask = lowBits(4 * count);
+    const __m512i characters = load(text + 4 * group, mask);
+    const __m512i values = decoder.valuesOf(characters);
+    const __mmask64 invalidBits = _kand_mask64(mask, highBits(_mm512_or_si512(values, characters)));
+    const uint64_t valid = std::min<uint64_t>(count, _tzcnt_u64(_cvtmask64_u64(invalidBits)) / 4);
+    _mm512_mask_storeu_epi8(target + 3 * group, lowBits(3 * valid), decoder.bytesOf(values));
+    group += valid;
+    if (valid != count) break;
+  }
+  return group;
 }
 
 }  // namespace
 
 VQ_TARGET_AVX512 void encodeGroups(const Alphabet& alphabet, const uint8_t* bytes, uint64_t groupCount,
                                    char* target) {
-  const __m512i characters = _mm512_load_si512(alphabet.characters.data());
-  // Each group as the bytes b1 b0 b2 b1, from which four values are cut by the bits where they begin.
-  const __m512i order = _mm512_load_si512(groupOrder.places);
-  const __m512i shifts = _mm512_set1_epi64(0x3036242A1016040A);
-  for (uint64_t group = 0; group < groupCount; group += vectorGroups) {
-    const uint64_t count = std::min(groupCount - group, vectorGroups);
-    const __m512i source = _mm512_maskz_loadu_epi8(lowBits(3 * count), bytes + 3 * group);
-    const __m512i values = _mm512_multishift_epi64_epi8(shifts, _mm512_permutexvar_epi8(order, source));
-    _mm512_mask_storeu_epi8(target + 4 * group, lowBits(4 * count),
-                            _mm512_permutexvar_epi8(values, characters));
-  }
+  Encoder(alphabet).run(bytes, groupCount, target);
+}
+
+VQ_TARGET_AVX512 void encodeGroups(const Alphabet& alphabet, const uint8_t* bytes, uint64_t groupCount,
+                                   VQChar* target) {
+  Encoder(alphabet).run(bytes, groupCount, target);
+}
+
+void encodeLines(const Alphabet& alphabet, const uint8_t* bytes, uint64_t lineCount, char* target) {
+  encodeEachLine(alphabet, bytes, lineCount, target);
+}
+
+void encodeLines(const Alphabet& alphabet, const uint8_t* bytes, uint64_t lineCount, VQChar* target) {
+  encodeEachLine(alphabet, bytes, lineCount, target);
 }
 
 uint64_t decodeGroups(const Alphabet& alphabet, const char* text, uint64_t groupCount, uint8_t* target) {
