@@ -35,6 +35,13 @@ uint64_t decode(const Alphabet& alphabet, const Element* text, uint64_t groupCou
              : portable::decodeGroups(alphabet, text, groupCount, target);
 }
 
+template <class Element>
+uint64_t decodeEachLine(const Alphabet& alphabet, const Element* text, uint64_t lineCount, uint8_t* target) {
+  if (cpu::hasAvx512()) return wide_vector::decodeLines(alphabet, text, lineCount, target);
+  return cpu::hasAvx2() ? vector::decodeLines(alphabet, text, lineCount, target)
+                        : portable::decodeLines(alphabet, text, lineCount, target);
+}
+
 }  // namespace
 
 void encodeGroups(const Alphabet& alphabet, const uint8_t* bytes, uint64_t groupCount, char* target) {
@@ -59,6 +66,14 @@ uint64_t decodeGroups(const Alphabet& alphabet, const char* text, uint64_t group
 
 uint64_t decodeGroups(const Alphabet& alphabet, const VQChar* text, uint64_t groupCount, uint8_t* target) {
   return decode(alphabet, text, groupCount, target);
+}
+
+uint64_t decodeLines(const Alphabet& alphabet, const char* text, uint64_t lineCount, uint8_t* target) {
+  return decodeEachLine(alphabet, text, lineCount, target);
+}
+
+uint64_t decodeLines(const Alphabet& alphabet, const VQChar* text, uint64_t lineCount, uint8_t* target) {
+  return decodeEachLine(alphabet, text, lineCount, target);
 }
 
 }  // namespace vq::base64

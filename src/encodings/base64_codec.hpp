@@ -91,6 +91,11 @@ void encodeLines(const Alphabet& alphabet, const uint8_t* bytes, uint64_t lineCo
 uint64_t decodeGroups(const Alphabet& alphabet, const char* text, uint64_t groupCount, uint8_t* target);
 uint64_t decodeGroups(const Alphabet& alphabet, const VQChar* text, uint64_t groupCount, uint8_t* target);
 
+// Reads lines, each a line feed and behind it 19 groups that are wholly of the alphabet, up to the first
+// that is otherwise, and at most `lineCount`. Answers how many it read. Bytes as above.
+uint64_t decodeLines(const Alphabet& alphabet, const char* text, uint64_t lineCount, uint8_t* target);
+uint64_t decodeLines(const Alphabet& alphabet, const VQChar* text, uint64_t lineCount, uint8_t* target);
+
 // A character's value or `invalid`. The whole element counts, not its low byte.
 inline uint8_t valueOf(const Alphabet& alphabet, char character) {
   return alphabet.values[static_cast<uint8_t>(character)];
@@ -133,6 +138,17 @@ uint64_t decodeGroups(const Alphabet& alphabet, const Element* text, uint64_t gr
   }
   return groupCount;
 }
+template <class Element>
+uint64_t decodeLines(const Alphabet& alphabet, const Element* text, uint64_t lineCount, uint8_t* target) {
+  for (uint64_t line = 0; line < lineCount; ++line) {
+    if (*text != '\n' || decodeGroups(alphabet, text + 1, groupsPerLine, target) != groupsPerLine) {
+      return line;
+    }
+    text += 4 * groupsPerLine + 1;
+    target += 3 * groupsPerLine;
+  }
+  return lineCount;
+}
 }  // namespace portable
 
 // For processors with AVX-512 and its byte permutations.
@@ -145,6 +161,8 @@ void encodeLines(const Alphabet& alphabet, const uint8_t* bytes, uint64_t lineCo
 void encodeLines(const Alphabet& alphabet, const uint8_t* bytes, uint64_t lineCount, VQChar* target);
 uint64_t decodeGroups(const Alphabet& alphabet, const char* text, uint64_t groupCount, uint8_t* target);
 uint64_t decodeGroups(const Alphabet& alphabet, const VQChar* text, uint64_t groupCount, uint8_t* target);
+uint64_t decodeLines(const Alphabet& alphabet, const char* text, uint64_t lineCount, uint8_t* target);
+uint64_t decodeLines(const Alphabet& alphabet, const VQChar* text, uint64_t lineCount, uint8_t* target);
 }  // namespace wide_vector
 
 // For processors with AVX2.
@@ -157,6 +175,8 @@ void encodeLines(const Alphabet& alphabet, const uint8_t* bytes, uint64_t lineCo
 void encodeLines(const Alphabet& alphabet, const uint8_t* bytes, uint64_t lineCount, VQChar* target);
 uint64_t decodeGroups(const Alphabet& alphabet, const char* text, uint64_t groupCount, uint8_t* target);
 uint64_t decodeGroups(const Alphabet& alphabet, const VQChar* text, uint64_t groupCount, uint8_t* target);
+uint64_t decodeLines(const Alphabet& alphabet, const char* text, uint64_t lineCount, uint8_t* target);
+uint64_t decodeLines(const Alphabet& alphabet, const VQChar* text, uint64_t lineCount, uint8_t* target);
 }  // namespace vector
 
 }  // namespace vq::base64

@@ -166,6 +166,24 @@ VQ_TARGET_AVX2 uint64_t decode(const Alphabet& alphabet, const Element* text, ui
   return group + portable::decodeGroups(alphabet, text + 4 * group, groupCount - group, target + 3 * group);
 }
 
+template <class Element>
+VQ_TARGET_AVX2 uint64_t decodeEachLine(const Alphabet& alphabet, const Element* text, uint64_t lineCount,
+                                       uint8_t* target) {
+  const Decoder decoder(alphabet);
+  constexpr uint64_t firstGroups[3] = {0, vectorGroups, groupsPerLine - vectorGroups};
+  for (uint64_t line = 0; line < lineCount; ++line) {
+    __m256i bytes[3];
+    if (*text != '\n') return line;
+    for (uint32_t i = 0; i < 3; ++i) {
+      if (!decoder.step(load(text + 1 + 4 * firstGroups[i]), &bytes[i])) return line;
+    }
+    for (uint32_t i = 0; i < 3; ++i) store24(target + 3 * firstGroups[i], bytes[i]);
+    text += 4 * groupsPerLine + 1;
+    target += 3 * groupsPerLine;
+  }
+  return lineCount;
+}
+
 }  // namespace
 
 VQ_TARGET_AVX2 void encodeGroups(const Alphabet& alphabet, const uint8_t* bytes, uint64_t groupCount,
@@ -192,6 +210,14 @@ uint64_t decodeGroups(const Alphabet& alphabet, const char* text, uint64_t group
 
 uint64_t decodeGroups(const Alphabet& alphabet, const VQChar* text, uint64_t groupCount, uint8_t* target) {
   return decode(alphabet, text, groupCount, target);
+}
+
+uint64_t decodeLines(const Alphabet& alphabet, const char* text, uint64_t lineCount, uint8_t* target) {
+  return decodeEachLine(alphabet, text, lineCount, target);
+}
+
+uint64_t decodeLines(const Alphabet& alphabet, const VQChar* text, uint64_t lineCount, uint8_t* target) {
+  return decodeEachLine(alphabet, text, lineCount, target);
 }
 
 }  // namespace vq::base64::vector

@@ -188,18 +188,41 @@ VQ_TARGET_AVX512 uint64_t decode(const Alphabet& alphabet, const Element* text, 
     _mm512_storeu_si512(target + 3 * group, decoder.bytesOf(firstValues));
     _mm512_storeu_si512(target + 3 * group + stepBytes, decoder.bytesOf(secondValues));
   }
-  while (group < groupCount) {
+  // Whether a step is whole is left to a branch, which is foreseen, so that no step waits for the one before.
+  for (; group < groupCount; group += vectorGroups) {
     const uint64_t count = std::min(groupCount - group, vectorGroups);
     const __mmask64 mask = lowBits(4 * count);
     const __m512i characters = load(text + 4 * group, mask);
     const __m512i values = decoder.valuesOf(characters);
     const __mmask64 invalidBits = _kand_mask64(mask, highBits(_mm512_or_si512(values, characters)));
-    const uint64_t valid = std::min<uint64_t>(count, _tzcnt_u64(_cvtmask64_u64(invalidBits)) / 4);
-    _mm512_mask_storeu_epi8(target + 3 * group, lowBits(3 * valid), decoder.bytesOf(values));
-    group += valid;
-    if (valid != count) break;
+    if (_cvtmask64_u64(invalidBits) != 0) {
+      const uint64_t valid = _tzcnt_u64(_cvtmask64_u64(invalidBits)) / 4;
+      _mm512_mask_storeu_epi8(target + 3 * group, lowBits(3 * valid), decoder.bytesOf(values));
+      return group + valid;
+    }
+    _mm512_mask_storeu_epi8(target + 3 * group, lowBits(3 * count), decoder.bytesOf(values));
   }
-  return group;
+  return groupCount;
+}
+
+template <class Element>
+VQ_TARGET_AVX512 uint64_t decodeEachLine(const Alphabet& alphabet, const Element* text, uint64_t lineCount,
+                                         uint8_t* target) {
+  const Decoder decoder(alphabet);
+  constexpr __mmask64 whole = UINT64_MAX;
+  constexpr uint64_t last = groupsPerLine - vectorGroups;
+  for (uint64_t line = 0; line < lineCount; ++line) {
+    const __m512i first = load(text + 1, whole), second = load(text + 1 + 4 * last, whole);
+    const __m512i firstValues = decoder.valuesOf(first), secondValues = decoder.valuesOf(second);
+    const __m512i all = _mm512_or_si512(_mm512_or_si512(first, firstValues), second);
+    const uint64_t invalidBits = _cvtmask64_u64(highBits(_mm512_or_si512(all, secondValues)));
+    if (*text != '\n' || invalidBits != 0) return line;
+    _mm512_mask_storeu_epi8(target, stepMask, decoder.bytesOf(firstValues));
+    _mm512_mask_storeu_epi8(target + 3 * last, stepMask, decoder.bytesOf(secondValues));
+    text += 4 * groupsPerLine + 1;
+    target += 3 * groupsPerLine;
+  }
+  return lineCount;
 }
 
 }  // namespace
@@ -228,6 +251,14 @@ uint64_t decodeGroups(const Alphabet& alphabet, const char* text, uint64_t group
 
 uint64_t decodeGroups(const Alphabet& alphabet, const VQChar* text, uint64_t groupCount, uint8_t* target) {
   return decode(alphabet, text, groupCount, target);
+}
+
+uint64_t decodeLines(const Alphabet& alphabet, const char* text, uint64_t lineCount, uint8_t* target) {
+  return decodeEachLine(alphabet, text, lineCount, target);
+}
+
+uint64_t decodeLines(const Alphabet& alphabet, const VQChar* text, uint64_t lineCount, uint8_t* target) {
+  return decodeEachLine(alphabet, text, lineCount, target);
 }
 
 }  // namespace vq::base64::wide_vector
