@@ -1,78 +1,27 @@
 // Base64 on plain memory in AVX-512 with byte permutations: 48 bytes against 64 characters a step. The tables
 // of the alphabet are looked up as they are. Runs shorter than a step, and the end of a text to decode, go by
 // masks that cut the step to what is there.
-#ifndef __clang__
-// GCC's own header leaves operands undefined on purpose and then warns of them.
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#pragma GCC diagnostic ignored "-Wuninitialized"
-#endif
-#include <immintrin.h>
-
 #include <algorithm>
 
 #include "encodings/base64_codec.hpp"
+#include "encodings/bytes_avx512.hpp"
 
 namespace vq::base64::wide_vector {
 
 namespace {
 
-// The low `count` bits, up to 64.
-VQ_TARGET_AVX512 inline __mmask64 lowBits(uint64_t count) {
-  return _cvtu64_mask64(_bzhi_u64(UINT64_MAX, static_cast<uint32_t>(count)));
-}
+using namespace vq::avx512;
 
 constexpr uint64_t stepBytes = 3 * vectorGroups;
 constexpr __mmask64 stepMask = (uint64_t{1} << stepBytes) - 1;
 
-using Places = std::array<uint8_t, 64>;
-
-template <class Place>
-constexpr Places placesBy(Place place) {
-  Places places{};
-  for (uint8_t i = 0; i < 64; ++i) places[i] = static_cast<uint8_t>(place(i));
-  return places;
-}
-
-// Where each byte of a permuted vector comes from. In encoding, the bytes of a group in the order in which
-// its values can be cut out; in decoding, the low three bytes of each word, from the top one on.
+// In encoding, the bytes of a group in the order in which its values can be cut out; in decoding, the low
+// three bytes of each word, from the top one on.
 constexpr int inGroup[4] = {1, 0, 2, 1};
 alignas(64) constexpr Places groupOrder = placesBy([](int i) { return i / 4 * 3 + inGroup[i % 4]; });
 alignas(64) constexpr Places byteOrder = placesBy([](int i) { return i < 48 ? i / 3 * 4 + 2 - i % 3 : 0; });
-// Each of the first 16 characters at the low end of a word.
-alignas(64) constexpr Places wordOrder = placesBy([](int i) { return i / 4; });
-
-VQ_TARGET_AVX512 inline __m512i tableOf(const void* bytes) {
-  return _mm512_load_si512(bytes);
-}
 
 // ---- Encoding ----
-
-// 64 characters, and the first 4 * `groupCount` of them.
-VQ_TARGET_AVX512 inline void store(char* target, __m512i characters) {
-  _mm512_storeu_si512(target, characters);
-}
-VQ_TARGET_AVX512 inline void store(char* target, __m512i characters, uint64_t groupCount) {
-  _mm512_mask_storeu_epi8(target, lowBits(4 * groupCount), characters);
-}
-// The characters of four groups that begin at character `first`, each in an element.
-VQ_TARGET_AVX512 inline __m512i widened(__m512i characters, char first) {
-  constexpr __mmask64 lowBytes = 0x1111111111111111;
-  const __m512i order = _mm512_add_epi8(tableOf(wordOrder.data()), _mm512_set1_epi8(first));
-  return _mm512_maskz_permutexvar_epi8(lowBytes, order, characters);
-}
-VQ_TARGET_AVX512 inline void store(VQChar* target, __m512i characters) {
-  _mm512_storeu_si512(target, widened(characters, 0));
-  _mm512_storeu_si512(target + 16, widened(characters, 16));
-  _mm512_storeu_si512(target + 32, widened(characters, 32));
-  _mm512_storeu_si512(target + 48, widened(characters, 48));
-}
-VQ_TARGET_AVX512 inline void store(VQChar* target, __m512i characters, uint64_t groupCount) {
-  const uint64_t mask = _cvtmask64_u64(lowBits(4 * groupCount));
-  _mm512_mask_storeu_epi32(target, static_cast<__mmask16>(mask), widened(characters, 0));
-  _mm512_mask_storeu_epi32(target + 16, static_cast<__mmask16>(mask >> 16), widened(characters, 16));
-  _mm512_mask_storeu_epi32(target + 32, static_cast<__mmask16>(mask >> 32), widened(characters, 32));
-  _mm512_mask_storeu_epi32(target + 48, static_cast<__mmask16>(mask >> 48), widened(characters, 48));
-}
 
 struct Encoder {
   __m512i characters;
@@ -94,7 +43,7 @@ struct Encoder {
   template <class Element>
   VQ_TARGET_AVX512 void run(const uint8_t* bytes, uint64_t groupCount, Element* target) const {
     if (groupCount < vectorGroups) {
-      store(target, step(bytes, lowBits(3 * groupCount)), groupCount);
+      store(target, step(bytes, lowBits(3 * groupCount)), 4 * groupCount);
       return;
     }
     // From the second step on at the boundaries of cache lines, if the target allows it: a store that crosses
@@ -129,25 +78,6 @@ VQ_TARGET_AVX512 void encodeEachLine(const Alphabet& alphabet, const uint8_t* by
 
 // ---- Decoding ----
 
-// The characters of the mask; the others read as zero.
-VQ_TARGET_AVX512 inline __m512i load(const char* text, __mmask64 mask) {
-  return _mm512_maskz_loadu_epi8(mask, text);
-}
-
-// The packs saturate: what is no byte becomes 0 or 0xFF, which are in no alphabet.
-VQ_TARGET_AVX512 inline __m512i load(const VQChar* text, __mmask64 mask) {
-  const uint64_t bits = _cvtmask64_u64(mask);
-  __m512i quarters[4];
-  for (uint32_t i = 0; i < 4; ++i) {
-    quarters[i] = _mm512_maskz_loadu_epi32(static_cast<__mmask16>(bits >> (16 * i)), text + 16 * i);
-  }
-  const __m512i packed = _mm512_packus_epi16(_mm512_packus_epi32(quarters[0], quarters[1]),
-                                             _mm512_packus_epi32(quarters[2], quarters[3]));
-  // The packs work within lanes: four characters of each quarter in turn, first of all lowest lanes.
-  return _mm512_permutexvar_epi32(_mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15),
-                                  packed);
-}
-
 struct Decoder {
   __m512i lower;
   __m512i upper;
@@ -172,6 +102,7 @@ VQ_TARGET_AVX512 inline __mmask64 highBits(__m512i bytes) {
   return _mm512_movepi8_mask(bytes);
 }
 
+// What is no character of an alphabet is 0 or above 0x7F when it is loaded, also from a wide element.
 template <class Element>
 VQ_TARGET_AVX512 uint64_t decode(const Alphabet& alphabet, const Element* text, uint64_t groupCount,
                                  uint8_t* target) {
