@@ -138,14 +138,13 @@ VQStatus encode(const Encoding& encoding, VQStringService* service, VQPool* pool
 // that the host converts.
 VQStatus fillWide(const Encoding& encoding, VQStringService* service, VQU8String* temporary, VQPool* pool,
                   VQString** target, bool* isFilled) {
-  constexpr uint64_t frontGroups = 4;
   if (!ensureTarget<WideKind>(service, target, pool != nullptr ? pool : service->pool)) {
     return VQSTATUS_NO_MEMORY;
   }
-  base64::encodeGroups(encoding.alphabet, encoding.bytes, frontGroups, temporary->text);
+  base64::portable::encodeGroups(encoding.alphabet, encoding.bytes, 1, temporary->text);
   const VQStatus status = fillAscii(
-      *target, service, temporary->text, 4 * frontGroups, encoding.length(),
-      [&](VQChar* text) { encoding.writeTo(text); }, isFilled);
+      *target, service, temporary->text, 4, encoding.length(), [&](VQChar* text) { encoding.writeTo(text); },
+      isFilled);
   if (status == 0 && *isFilled) return 0;
   vqStringDestroy(*target);
   *target = nullptr;

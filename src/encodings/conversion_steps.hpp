@@ -57,8 +57,8 @@ VQStatus convertInto(Refill<Kind>* refill, const void* source, uint64_t byteCoun
 
 // Fills a wide string with a text that is ASCII throughout, without that text in UTF-8. Such characters stand
 // for themselves in both forms, so the host is asked for the front alone, in the steps of a conversion: what
-// fails, fails there. `write` then puts all `length` elements to its argument. A host that makes something
-// else of the front, or converts nothing, leaves `*isFilled` false: the whole text is for it to convert.
+// fails, fails there. `write` then puts all `length` elements to its argument. Where the host converts
+// nothing, or not one by one, `*isFilled` stays false: the whole text is for it to convert.
 template <class Write>
 VQStatus fillAscii(VQString* string, VQStringService* service, const char* front, uint64_t frontLength,
                    uint64_t length, Write write, bool* isFilled) {
@@ -77,8 +77,7 @@ VQStatus fillAscii(VQString* string, VQStringService* service, const char* front
   const VQStatus status = convertInto(
       &refill, front, frontLength, [=] { return nls->nlsCreateDecoder(nls, ENC_UTF8, 0, 0); }, &converted);
   if (status != 0) return status;
-  const auto isSame = [](VQChar made, char meant) { return made == static_cast<VQChar>(meant); };
-  if (!std::equal(refill.text(), refill.text() + converted, front, front + frontLength, isSame)) return 0;
+  if (converted != frontLength) return 0;
   write(refill.text());
   refill.settle(length);
   *isFilled = true;

@@ -13,7 +13,7 @@ namespace {
 using namespace vq::avx512;
 
 constexpr uint64_t stepElements = 64;
-constexpr __mmask64 whole = UINT64_MAX;
+constexpr __mmask64 allBits = UINT64_MAX;
 
 // By the ASCII character: the top bit, if it is escaped.
 alignas(64) constexpr std::array<uint8_t, 128> escapeFlags = [] {
@@ -50,10 +50,10 @@ VQ_TARGET_AVX512 uint64_t cleanLengthOf(const Element* text, uint64_t elementCou
   uint64_t at = 0;
   for (; elementCount - at >= 4 * stepElements; at += 4 * stepElements) {
     const Element* step = text + at;
-    const __m512i front =
-        _mm512_or_si512(escapeFlagsOf(load(step, whole)), escapeFlagsOf(load(step + stepElements, whole)));
-    const __m512i back = _mm512_or_si512(escapeFlagsOf(load(step + 2 * stepElements, whole)),
-                                         escapeFlagsOf(load(step + 3 * stepElements, whole)));
+    const __m512i front = _mm512_or_si512(escapeFlagsOf(load(step, allBits)),
+                                          escapeFlagsOf(load(step + stepElements, allBits)));
+    const __m512i back = _mm512_or_si512(escapeFlagsOf(load(step + 2 * stepElements, allBits)),
+                                         escapeFlagsOf(load(step + 3 * stepElements, allBits)));
     if (topBits(_mm512_or_si512(front, back)) != 0) break;
   }
   while (at < elementCount) {
@@ -123,8 +123,8 @@ VQ_TARGET_AVX512 uint64_t escapeText(const char* text, uint64_t byteCount, Eleme
 
 // ---- Unescaping ----
 
-VQ_TARGET_AVX512 inline __m512i digitValuesFrom(const char* text) {
-  const __m512i bytes = load(text, whole);
+// The values of digits, -1 for what is none.
+VQ_TARGET_AVX512 inline __m512i digitValuesOf(__m512i bytes) {
   return _mm512_mask_mov_epi8(lookUp(asciiDigitValues, bytes), _mm512_movepi8_mask(bytes),
                               _mm512_set1_epi8(-1));
 }
@@ -174,31 +174,37 @@ VQ_TARGET_AVX512 Measure measure(const char* text, uint64_t byteCount) {
 }
 
 VQ_TARGET_AVX512 void unescape(char* text, uint64_t byteCount, uint64_t* at, uint64_t* written) {
-  // Two bytes more than a step may be taken.
-  while (byteCount - *at >= stepElements + 2) {
+  while (*at < byteCount) {
     const char* source = text + *at;
-    __m512i bytes = load(source, whole);
+    const uint64_t left = byteCount - *at;
+    const uint64_t loaded = std::min(left, stepElements);
+    __m512i bytes = load(source, lowBits(loaded));
     const __mmask64 pluses = _mm512_cmpeq_epi8_mask(bytes, _mm512_set1_epi8('+'));
     const uint64_t signs = _cvtmask64_u64(_mm512_cmpeq_epi8_mask(bytes, _mm512_set1_epi8('%')));
     bytes = _mm512_mask_mov_epi8(bytes, pluses, _mm512_set1_epi8(' '));
     if (signs == 0) {
-      store(text + *written, bytes);
-      *at += stepElements;
-      *written += stepElements;
+      store(text + *written, bytes, loaded);
+      *at += loaded;
+      *written += loaded;
       continue;
     }
-    // A '%' in the place of a digit is none, which goes from one to the next.
+    // A '%' in the place of a digit is none, which goes from one to the next, and at the end of the text one
+    // takes what there is.
     const uint64_t taken = signs << 1 | signs << 2;
-    if ((signs & taken) != 0) return;
-    const __m512i high = _mm512_slli_epi16(digitValuesFrom(source + 1), 4);
-    const __m512i values = _mm512_add_epi8(_mm512_and_si512(high, _mm512_set1_epi8(static_cast<char>(0xF0))),
-                                           digitValuesFrom(source + 2));
+    const uint64_t whole = left < 2 ? 0 : std::min(left - 2, stepElements);
+    if ((signs & taken) != 0 || (signs & ~_cvtmask64_u64(lowBits(whole))) != 0) return;
+    const __m512i first = load(source + 1, lowBits(std::min(left - 1, stepElements)));
+    const __m512i second = load(source + 2, lowBits(whole));
+    const __m512i high = _mm512_and_si512(_mm512_slli_epi16(digitValuesOf(first), 4),
+                                          _mm512_set1_epi8(static_cast<char>(0xF0)));
+    const __m512i values = _mm512_add_epi8(high, digitValuesOf(second));
     bytes = _mm512_mask_mov_epi8(bytes, _cvtu64_mask64(signs), values);
-    // A whole step is stored: what of it is too much lies in front of what is still to be read.
-    store(text + *written, _mm512_maskz_compress_epi8(_cvtu64_mask64(~taken), bytes));
+    const uint64_t kept = ~taken & _cvtmask64_u64(lowBits(loaded));
+    const uint64_t length = countOf(kept);
+    store(text + *written, _mm512_maskz_compress_epi8(_cvtu64_mask64(kept), bytes), length);
     // Digits of the last two places stand behind the step.
-    *at += stepElements + (signs >> 62);
-    *written += countOf(~taken);
+    *at += loaded + (signs >> 62);
+    *written += length;
   }
 }
 
