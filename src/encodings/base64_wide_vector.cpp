@@ -29,12 +29,12 @@ struct Encoder {
   // The bits of a group, as bytes b1 b0 b2 b1, where its four values begin.
   __m512i shifts;
 
-  VQ_TARGET_AVX512 explicit Encoder(const Alphabet& alphabet)
+  VQ_INLINE_AVX512 explicit Encoder(const Alphabet& alphabet)
       : characters(tableOf(alphabet.characters.data())),
         order(tableOf(groupOrder.data())),
         shifts(_mm512_set1_epi64(0x3036242A1016040A)) {}
 
-  VQ_TARGET_AVX512 __m512i step(const uint8_t* bytes, __mmask64 mask) const {
+  VQ_INLINE_AVX512 __m512i step(const uint8_t* bytes, __mmask64 mask) const {
     const __m512i source = _mm512_maskz_loadu_epi8(mask, bytes);
     const __m512i values = _mm512_multishift_epi64_epi8(shifts, _mm512_permutexvar_epi8(order, source));
     return _mm512_permutexvar_epi8(values, characters);
@@ -83,22 +83,22 @@ struct Decoder {
   __m512i upper;
   __m512i order;
 
-  VQ_TARGET_AVX512 explicit Decoder(const Alphabet& alphabet)
+  VQ_INLINE_AVX512 explicit Decoder(const Alphabet& alphabet)
       : lower(tableOf(alphabet.values.data())),
         upper(tableOf(alphabet.values.data() + 64)),
         order(tableOf(byteOrder.data())) {}
 
-  VQ_TARGET_AVX512 __m512i valuesOf(__m512i characters) const {
+  VQ_INLINE_AVX512 __m512i valuesOf(__m512i characters) const {
     return _mm512_permutex2var_epi8(lower, characters, upper);
   }
-  VQ_TARGET_AVX512 __m512i bytesOf(__m512i values) const {
+  VQ_INLINE_AVX512 __m512i bytesOf(__m512i values) const {
     const __m512i pairs = _mm512_maddubs_epi16(values, _mm512_set1_epi32(0x01400140));
     return _mm512_permutexvar_epi8(order, _mm512_madd_epi16(pairs, _mm512_set1_epi32(0x00011000)));
   }
 };
 
 // A byte above 0x7F has its own high bit, an invalid one gets it from the table.
-VQ_TARGET_AVX512 inline __mmask64 highBits(__m512i bytes) {
+VQ_INLINE_AVX512 __mmask64 highBits(__m512i bytes) {
   return _mm512_movepi8_mask(bytes);
 }
 

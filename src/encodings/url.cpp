@@ -28,10 +28,32 @@ class Utf8Form {
     vqStringInitStatic(owner_->service, &wrapped, owner_->pool, text, static_cast<int64_t>(elementCount));
     return vqStringDecode(&wrapped, &narrow_, owner_->pool, ENC_UTF8);
   }
+  // The same for a text that is likely to be ASCII throughout. Of a long one the host converts the first
+  // character alone, and the rest does without being measured.
+  VQStatus fillLikelyAscii(const VQChar* text, uint64_t elementCount) {
+    constexpr uint64_t few = 256;
+    if (elementCount >= few && text[0] < 0x80) {
+      if (const VQStatus status = fill(text, 1); status != 0) return status;
+      if (length() == 1 && narrowAscii(text, elementCount)) return 0;
+    }
+    return fill(text, elementCount);
+  }
   char* text() const { return narrow_->text; }
   uint64_t length() const { return static_cast<uint64_t>(narrow_->length); }
 
  private:
+  // False when the text is not ASCII throughout, or there is no memory.
+  bool narrowAscii(const VQChar* text, uint64_t elementCount) {
+    Refill<NarrowKind> refill(narrow_, elementCount);
+    if (!refill) return false;
+    // As many bytes as characters are room for nothing else.
+    const transcode::Result result =
+        transcode::wideToUtf8(text, elementCount, reinterpret_cast<uint8_t*>(refill.text()), elementCount);
+    if (result.status != 0) return false;
+    refill.settle(elementCount);
+    return true;
+  }
+
   const VQString* owner_;
   VQNarrowString* narrow_ = nullptr;
 };
@@ -145,9 +167,8 @@ VQStatus vqU8StringURLEncode(VQU8String* string) {
 VQStatus vqStringURLDecode(VQString* string) {
   if (string->length == 0) return 0;
   Utf8Form utf8(string);
-  if (const VQStatus status = utf8.fill(string->text, static_cast<uint64_t>(string->length)); status != 0) {
-    return status;
-  }
+  const VQStatus status = utf8.fillLikelyAscii(string->text, static_cast<uint64_t>(string->length));
+  if (status != 0) return status;
   const uint64_t byteCount = url::unescape(utf8.text(), utf8.length());
   return vqStringEncode(string->service, &string, string->pool, utf8.text(), static_cast<int64_t>(byteCount),
                         ENC_UTF8);

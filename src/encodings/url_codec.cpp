@@ -137,7 +137,7 @@ void escape(const char* text, uint64_t byteCount, bool isRegular, char* target, 
 }
 
 void escapeToWide(const char* text, uint64_t byteCount, VQChar* target, uint64_t targetLength) {
-  if (cpu::hasAvx512()) return wide_vector::escape(text, byteCount, target);
+  if (cpu::hasAvx512()) return wide_vector::escapeToWide(text, byteCount, target, targetLength);
   const char* end = text + byteCount;
   const VQChar* targetEnd = target + targetLength;
   escapeRegular(text, end, target, [=](const char** from, VQChar** to) {

@@ -106,7 +106,7 @@ uint64_t cleanLength(const char* text, uint64_t byteCount);
 uint64_t cleanLength(const VQChar* text, uint64_t elementCount);
 Measure measure(const char* text, uint64_t byteCount);
 void escape(const char* text, uint64_t byteCount, char* target);
-void escape(const char* text, uint64_t byteCount, VQChar* target);
+void escapeToWide(const char* text, uint64_t byteCount, VQChar* target, uint64_t targetLength);
 void unescape(char* text, uint64_t byteCount, uint64_t* at, uint64_t* written);
 }  // namespace wide_vector
 
