@@ -32,9 +32,17 @@ class Utf8Form {
   // character alone, and the rest does without being measured.
   VQStatus fillLikelyAscii(const VQChar* text, uint64_t elementCount) {
     constexpr uint64_t few = 256;
-    if (elementCount >= few && text[0] < 0x80) {
-      if (const VQStatus status = fill(text, 1); status != 0) return status;
-      if (length() == 1 && narrowAscii(text, elementCount)) return 0;
+    if (elementCount < few || text[0] >= 0x80) return fill(text, elementCount);
+    if (const VQStatus status = fill(text, 1); status != 0) return status;
+    {
+      Refill<NarrowKind> refill(narrow_, elementCount);
+      if (!refill) return VQSTATUS_NO_MEMORY;
+      auto* bytes = reinterpret_cast<uint8_t*>(refill.text());
+      // As many bytes as characters are room for nothing else.
+      if (length() == 1 && transcode::wideToUtf8(text, elementCount, bytes, elementCount).status == 0) {
+        refill.settle(elementCount);
+        return 0;
+      }
     }
     return fill(text, elementCount);
   }
@@ -42,18 +50,6 @@ class Utf8Form {
   uint64_t length() const { return static_cast<uint64_t>(narrow_->length); }
 
  private:
-  // False when the text is not ASCII throughout, or there is no memory.
-  bool narrowAscii(const VQChar* text, uint64_t elementCount) {
-    Refill<NarrowKind> refill(narrow_, elementCount);
-    if (!refill) return false;
-    // As many bytes as characters are room for nothing else.
-    const transcode::Result result =
-        transcode::wideToUtf8(text, elementCount, reinterpret_cast<uint8_t*>(refill.text()), elementCount);
-    if (result.status != 0) return false;
-    refill.settle(elementCount);
-    return true;
-  }
-
   const VQString* owner_;
   VQNarrowString* narrow_ = nullptr;
 };
