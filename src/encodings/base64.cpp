@@ -142,8 +142,12 @@ VQStatus fillWide(const Encoding& encoding, VQStringService* service, VQU8String
     return VQSTATUS_NO_MEMORY;
   }
   base64::portable::encodeGroups(encoding.alphabet, encoding.bytes, 1, temporary->text);
-  const VQStatus status = fillAscii(
-      *target, service, temporary->text, 4, encoding.length(), [&](VQChar* text) { encoding.writeTo(text); },
+  const VQStatus status = fillAscii<WideKind>(
+      *target, service, temporary->text, 4, encoding.length(),
+      [&](VQChar* text) {
+        encoding.writeTo(text);
+        return true;
+      },
       isFilled);
   if (status == 0 && *isFilled) return 0;
   vqStringDestroy(*target);

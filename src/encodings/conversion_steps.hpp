@@ -55,30 +55,46 @@ VQStatus convertInto(Refill<Kind>* refill, const void* source, uint64_t byteCoun
   return status;
 }
 
-// Fills a wide string with a text that is ASCII throughout, without that text in UTF-8. Such characters stand
-// for themselves in both forms, so the host is asked for the front alone, in the steps of a conversion: what
-// fails, fails there. `write` then puts all `length` elements to its argument. Where the host converts
-// nothing, or not one by one, `*isFilled` stays false: the whole text is for it to convert.
-template <class Write>
-VQStatus fillAscii(VQString* string, VQStringService* service, const char* front, uint64_t frontLength,
-                   uint64_t length, Write write, bool* isFilled) {
+// The two conversions between UTF-8 and wide text, by what they fill.
+template <class Kind>
+struct Utf8Pair;
+template <>
+struct Utf8Pair<WideKind> {
+  using Source = char;
+  static constexpr uint32_t source = ENC_UTF8, target = ENC_WIDE;
+  static VQTranscoder* make(VQNls* nls) { return nls->nlsCreateDecoder(nls, ENC_UTF8, 0, 0); }
+};
+template <>
+struct Utf8Pair<NarrowKind> {
+  using Source = VQChar;
+  static constexpr uint32_t source = ENC_WIDE, target = ENC_UTF8;
+  static VQTranscoder* make(VQNls* nls) { return nls->nlsCreateEncoder(nls, ENC_UTF8, 0, 0); }
+};
+
+// Fills a string with a text that is ASCII throughout, without the host converting all of it. Such characters
+// stand for themselves in UTF-8 and in wide text, so the host is asked for the front alone, in the steps of a
+// conversion: what fails, fails there. `write` then puts all `length` elements to its argument, or answers
+// false when they are not ASCII after all. Then, and where the host converts nothing or not one by one,
+// `*isFilled` stays false: the whole text is for the host to convert.
+template <class Kind, class Write>
+VQStatus fillAscii(RecordOf<Kind>* string, VQStringService* service,
+                   const typename Utf8Pair<Kind>::Source* front, uint64_t frontLength, uint64_t length,
+                   Write write, bool* isFilled) {
+  using Pair = Utf8Pair<Kind>;
+  const uint64_t frontBytes = frontLength * sizeof(*front);
   *isFilled = false;
-  VQNls* nls = service->nls;
-  if (!canConvert(service, ENC_UTF8, ENC_WIDE)) return 0;
+  if (!canConvert(service, Pair::source, Pair::target)) return 0;
   uint64_t size = 0;
-  if (const VQStatus status = measureConversion(service, ENC_UTF8, front, frontLength, ENC_WIDE, &size);
-      status != 0) {
-    return status;
-  }
-  if (size != frontLength * sizeof(VQChar)) return 0;
-  Refill<WideKind> refill(string, length);
+  VQStatus status = measureConversion(service, Pair::source, front, frontBytes, Pair::target, &size);
+  if (status != 0) return status;
+  if (size != frontLength * sizeof(ElementOf<Kind>)) return 0;
+  Refill<Kind> refill(string, length);
   if (!refill) return VQSTATUS_NO_MEMORY;
   uint64_t converted = 0;
-  const VQStatus status = convertInto(
-      &refill, front, frontLength, [=] { return nls->nlsCreateDecoder(nls, ENC_UTF8, 0, 0); }, &converted);
+  status = convertInto(
+      &refill, front, frontBytes, [=] { return Pair::make(service->nls); }, &converted);
   if (status != 0) return status;
-  if (converted != frontLength) return 0;
-  write(refill.text());
+  if (converted != frontLength || !write(refill.text())) return 0;
   refill.settle(length);
   *isFilled = true;
   return 0;

@@ -6,7 +6,7 @@
 // character at a time, so that a failure leaves the string escaped up to the character that it met.
 #include <algorithm>
 
-#include "encodings/refill.hpp"
+#include "encodings/conversion_steps.hpp"
 #include "encodings/url_codec.hpp"
 #include "utf/transcode.hpp"
 #include "vqstring/encodings.h"
@@ -28,28 +28,29 @@ class Utf8Form {
     vqStringInitStatic(owner_->service, &wrapped, owner_->pool, text, static_cast<int64_t>(elementCount));
     return vqStringDecode(&wrapped, &narrow_, owner_->pool, ENC_UTF8);
   }
-  // The same for a text that is likely to be ASCII throughout. Of a long one the host converts the first
-  // character alone, and the rest does without being measured.
+  // The same for a text that is likely to be ASCII throughout: the host is spared all but its first
+  // character.
   VQStatus fillLikelyAscii(const VQChar* text, uint64_t elementCount) {
-    constexpr uint64_t few = 256;
-    if (elementCount < few || text[0] >= 0x80) return fill(text, elementCount);
-    if (const VQStatus status = fill(text, 1); status != 0) return status;
-    {
-      Refill<NarrowKind> refill(narrow_, elementCount);
-      if (!refill) return VQSTATUS_NO_MEMORY;
-      auto* bytes = reinterpret_cast<uint8_t*>(refill.text());
-      // As many bytes as characters are room for nothing else.
-      if (length() == 1 && transcode::wideToUtf8(text, elementCount, bytes, elementCount).status == 0) {
-        refill.settle(elementCount);
-        return 0;
-      }
-    }
-    return fill(text, elementCount);
+    if (elementCount < fewElements || text[0] >= 0x80) return fill(text, elementCount);
+    VQStringService* service = owner_->service;
+    VQPool* pool = owner_->pool != nullptr ? owner_->pool : service->pool;
+    if (!ensureTarget<NarrowKind>(service, &narrow_, pool)) return VQSTATUS_NO_MEMORY;
+    // As many bytes as characters are room for nothing else.
+    const auto narrow = [=](char* target) {
+      auto* bytes = reinterpret_cast<uint8_t*>(target);
+      return transcode::wideToUtf8(text, elementCount, bytes, elementCount).status == 0;
+    };
+    bool isFilled = false;
+    const VQStatus status = fillAscii<NarrowKind>(narrow_, service, text, 1, elementCount, narrow, &isFilled);
+    return status != 0 || isFilled ? status : fill(text, elementCount);
   }
   char* text() const { return narrow_->text; }
   uint64_t length() const { return static_cast<uint64_t>(narrow_->length); }
 
  private:
+  // Below this a whole conversion costs less.
+  static constexpr uint64_t fewElements = 64;
+
   const VQString* owner_;
   VQNarrowString* narrow_ = nullptr;
 };

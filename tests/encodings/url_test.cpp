@@ -254,7 +254,7 @@ TEST_F(UrlEscapes, UnescapingTakesWhatItFinds) {
 
 // Of a long text the first character alone tells what the host makes of it, unless it is not all ASCII.
 TEST_F(UrlEscapes, LongTextsAreUnescapedWhole) {
-  for (const size_t count : {255u, 256u, 257u, 5000u}) {
+  for (const size_t count : {40u, 60u, 66u, 257u, 5000u}) {
     std::u32string text(count, U'q');
     text += U"%C3%A9+";
     const std::u32string plain = std::u32string(count, U'q') + U"\u00E9 ";
