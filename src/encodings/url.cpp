@@ -31,7 +31,7 @@ class Utf8Form {
   // The same for a text that is likely to be ASCII throughout: the host is spared all but its first
   // character.
   VQStatus fillLikelyAscii(const VQChar* text, uint64_t elementCount) {
-    if (elementCount < fewElements || text[0] >= 0x80) return fill(text, elementCount);
+    if (text[0] >= 0x80) return fill(text, elementCount);
     VQStringService* service = owner_->service;
     VQPool* pool = owner_->pool != nullptr ? owner_->pool : service->pool;
     if (!ensureTarget<NarrowKind>(service, &narrow_, pool)) return VQSTATUS_NO_MEMORY;
@@ -48,9 +48,6 @@ class Utf8Form {
   uint64_t length() const { return static_cast<uint64_t>(narrow_->length); }
 
  private:
-  // Below this a whole conversion costs less.
-  static constexpr uint64_t fewElements = 64;
-
   const VQString* owner_;
   VQNarrowString* narrow_ = nullptr;
 };
@@ -60,13 +57,19 @@ bool hasUtf8Form(VQChar character) {
 }
 
 // The UTF-8 form of the text from `first` on: of everything, or else of what stands in front of the first
-// character without such a form. Answers the number of characters; 0 when the conversion fails.
+// character without such a form. Answers the number of characters; 0 when the conversion fails, or when its
+// size is not that of the characters taken one by one.
 uint64_t fillFront(const VQString* string, uint64_t first, Utf8Form* utf8) {
   const VQChar* text = string->text + first;
   const uint64_t rest = static_cast<uint64_t>(string->length) - first;
-  if (utf8->fill(text, rest) == 0) return rest;
+  const uint64_t byteCount = transcode::utf8LengthOfWide(text, rest);
+  const bool isAscii = byteCount == rest;
+  if ((isAscii ? utf8->fillLikelyAscii(text, rest) : utf8->fill(text, rest)) == 0) {
+    return utf8->length() == byteCount ? rest : 0;
+  }
   const auto count = static_cast<uint64_t>(std::find_if_not(text, text + rest, hasUtf8Form) - text);
-  return count != 0 && count != rest && utf8->fill(text, count) == 0 ? count : 0;
+  const bool isConverted = count != 0 && count != rest && utf8->fill(text, count) == 0;
+  return isConverted && utf8->length() == transcode::utf8LengthOfWide(text, count) ? count : 0;
 }
 
 // Escapes the front of the string, from the first character that needs it to the first without a UTF-8 form.
@@ -76,8 +79,7 @@ uint64_t escapeFront(VQString* string, uint64_t first) {
   const auto length = static_cast<uint64_t>(string->length);
   const uint64_t frontCount = fillFront(string, first, &utf8);
   const VQChar* text = string->text + first;
-  // A form of another size is not what the characters give one by one.
-  if (frontCount == 0 || utf8.length() != transcode::utf8LengthOfWide(text, frontCount)) return first;
+  if (frontCount == 0) return first;
   const url::Measure measure = url::measure(utf8.text(), utf8.length());
   if (!measure.isRegular) return first;
   const uint64_t escapedCount = measure.length(utf8.length());
