@@ -155,16 +155,14 @@ VQStatus fillWide(const Encoding& encoding, VQStringService* service, VQU8String
   return status;
 }
 
-// Below this a way of its own for the wide form gains nothing.
-constexpr uint64_t fewBytes = 48;
-
 VQStatus encodeWide(const Encoding& encoding, VQStringService* service, VQPool* pool, VQString** target) {
   VQU8String* temporary = nullptr;
   VQStatus status = createForEncoding(encoding, service, pool, &temporary);
   if (status != 0) return status;
   *target = nullptr;
   bool isFilled = false;
-  if (encoding.byteCount > fewBytes) {
+  // The front is a whole group.
+  if (encoding.byteCount >= 3) {
     status = fillWide(encoding, service, temporary, pool, target, &isFilled);
   }
   if (status == 0 && !isFilled) {

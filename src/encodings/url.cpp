@@ -140,10 +140,12 @@ VQStatus vqStringURLEncode(VQString* string) {
 
 VQStatus vqU8StringURLEncode(VQU8String* string) {
   const uint64_t length = string->length;
-  const uint64_t first = url::cleanLength(string->text, length);
-  if (first == length) return 0;
   const char* text = string->text;
+  // A short text is measured at once: that tells too whether there is anything to escape.
+  constexpr uint64_t fewBytes = 64;
+  const uint64_t first = length <= fewBytes ? 0 : url::cleanLength(text, length);
   const url::Measure measure = url::measure(text + first, length - first);
+  if (measure.escapedBytes == 0) return 0;
   const uint64_t restBytes = measure.length(length - first);
   uint64_t newLength = 0;
   if (__builtin_add_overflow(first, restBytes, &newLength)) return VQSTATUS_NO_MEMORY;
