@@ -1,4 +1,17 @@
 // Percent escapes: strings escaped and taken back in place, beside GLib on the same UTF-8.
+//
+// Speed over GLib's at 16 / 256 / 4096 / 1 Mi characters, on an Emerald Rapids Xeon in AVX-512:
+//
+//   escaping UTF-8     ASCII 1.5 / 6 / 9 / 16     Latin 1.6 / 6 / 10 / 23   CJK 5 / 10 / 11 / 10
+//   escaping wide      ASCII .6 / 2.5 / 4 / 3.4   Latin .7 / 2.2 / 4 / 4    CJK 2 / 6 / 5 / .8
+//   unescaping bytes   ASCII 3.5 / 8 / 30 / 19    Latin 4 / 10 / 39 / 20    CJK 5 / 12 / 10 / 7
+//   unescaping wide    ASCII .6 / 2.7 / 15 / 5    Latin .7 / 2.8 / 10 / 6   CJK 1.3 / 4 / 4 / 1.8
+//
+// A clean text of 4096 and more bytes is passed over at half to three quarters of memchr's speed. What stays
+// behind: a short wide text, which is converted by the host there and, in unescaping, back, with a record and
+// a block for its UTF-8 form: 110 ns, whatever is in it. Unescaping 1 Mi of CJK reads 38 MB once, at the
+// speed of memory. Escaping it writes as much into a block that malloc takes from the system and gives back
+// each time, whose page faults are more than half of the time; with huge pages for such blocks it is 1.5.
 #include <benchmark/benchmark.h>
 #include <glib.h>
 

@@ -7,7 +7,7 @@
 #include <algorithm>
 
 #include "encodings/base64_codec.hpp"
-#include "strings/storage.hpp"
+#include "encodings/conversion_steps.hpp"
 #include "vqstring/encodings.h"
 
 using namespace vq;
@@ -16,35 +16,51 @@ namespace {
 
 using base64::Alphabet;
 
-// 76 characters a line.
-constexpr uint64_t groupsPerLine = 19;
-
 // ---- Encoding ----
 
-char* writeGroups(const Alphabet& alphabet, const uint8_t* bytes, uint64_t groupCount, bool wrap,
-                  char* target) {
+// Whole groups, in lines or without an end.
+template <class Element>
+Element* writeGroups(const Alphabet& alphabet, const uint8_t* bytes, uint64_t groupCount, bool wrap,
+                     Element* target) {
   if (wrap) {
-    for (; groupCount >= groupsPerLine; groupCount -= groupsPerLine) {
-      base64::encodeGroups(alphabet, bytes, groupsPerLine, target);
-      bytes += 3 * groupsPerLine;
-      target += 4 * groupsPerLine;
-      *target++ = '\n';
-    }
+    const uint64_t lineCount = groupCount / base64::groupsPerLine;
+    base64::encodeLines(alphabet, bytes, lineCount, target);
+    bytes += 3 * base64::groupsPerLine * lineCount;
+    target += (4 * base64::groupsPerLine + 1) * lineCount;
+    groupCount -= base64::groupsPerLine * lineCount;
   }
   base64::encodeGroups(alphabet, bytes, groupCount, target);
   return target + 4 * groupCount;
 }
 
 // The one or two bytes of the last group.
-char* writeRest(const Alphabet& alphabet, const uint8_t* bytes, uint64_t byteCount, bool pad, char* target) {
+template <class Element>
+Element* writeRest(const Alphabet& alphabet, const uint8_t* bytes, uint64_t byteCount, bool pad,
+                   Element* target) {
   const uint8_t group[3] = {bytes[0], byteCount > 1 ? bytes[1] : uint8_t{0}, 0};
-  char characters[4];
+  Element characters[4];
   base64::portable::encodeGroups(alphabet, group, 1, characters);
-  for (uint64_t i = 0; i <= byteCount; ++i) *target++ = characters[i];
+  *target++ = characters[0];
+  *target++ = characters[1];
+  if (byteCount > 1) *target++ = characters[2];
   if (pad) {
-    for (uint64_t i = byteCount; i < 3; ++i) *target++ = '=';
+    if (byteCount == 1) *target++ = '=';
+    *target++ = '=';
   }
   return target;
+}
+
+// The encoded form of some bytes, without a terminator. Answers its end.
+template <class Element>
+Element* writeText(const Alphabet& alphabet, const uint8_t* bytes, uint64_t byteCount, bool pad, bool wrap,
+                   Element* target) {
+  const uint64_t groupCount = byteCount / 3, restBytes = byteCount % 3;
+  Element* end = writeGroups(alphabet, bytes, groupCount, wrap, target);
+  if (restBytes == 0) return end;
+  end = writeRest(alphabet, bytes + 3 * groupCount, restBytes, pad, end);
+  // A shortened group counts as a whole one on its line.
+  if (wrap && (groupCount + 1) % base64::groupsPerLine == 0) *end++ = '\n';
+  return end;
 }
 
 // The room for the encoded text: a third more, the line feeds, and something for the last group. False when
@@ -57,7 +73,7 @@ bool encodedCapacity(uint64_t byteCount, bool wrap, int64_t* capacity) {
     const uint64_t groupCount = byteCount / 3 + 1;
     uint64_t exact = 0;
     if (__builtin_mul_overflow(groupCount, 4, &exact) ||
-        __builtin_add_overflow(exact, groupCount / groupsPerLine, &exact)) {
+        __builtin_add_overflow(exact, groupCount / base64::groupsPerLine, &exact)) {
       return false;
     }
     sum = std::max(sum, exact);
@@ -66,48 +82,102 @@ bool encodedCapacity(uint64_t byteCount, bool wrap, int64_t* capacity) {
   return *capacity > 0;
 }
 
-VQStatus encode(const Alphabet& alphabet, VQStringService* service, const void* source, uint64_t byteCount,
-                VQPool* pool, VQU8String** target, uint8_t pad, uint8_t wrap) {
-  if (byteCount == 0) return vqU8StringCreateSized(service, target, pool, nullptr, 0, 0);
-  const bool isPadded = pad == 1, isWrapped = wrap == 1;
+// What is to be encoded, and how.
+struct Encoding {
+  const Alphabet& alphabet;
+  const uint8_t* bytes;
+  uint64_t byteCount;
+  bool isPadded;
+  bool isWrapped;
+
+  Encoding(const Alphabet& chosen, const void* source, uint64_t count, uint8_t pad, uint8_t wrap)
+      : alphabet(chosen),
+        bytes(static_cast<const uint8_t*>(source)),
+        byteCount(count),
+        isPadded(pad == 1),
+        isWrapped(wrap == 1) {}
+
+  // Writes the encoded form without a terminator and answers its length.
+  template <class Element>
+  uint64_t writeTo(Element* target) const {
+    return static_cast<uint64_t>(writeText(alphabet, bytes, byteCount, isPadded, isWrapped, target) - target);
+  }
+  // The length for one byte at least.
+  uint64_t length() const {
+    const uint64_t groupCount = (byteCount + 2) / 3, missing = 3 * groupCount - byteCount;
+    const uint64_t lineFeeds = isWrapped ? groupCount / base64::groupsPerLine : 0;
+    return 4 * groupCount + lineFeeds - (isPadded ? 0 : missing);
+  }
+};
+
+// An empty string with room for the encoded form.
+VQStatus createForEncoding(const Encoding& encoding, VQStringService* service, VQPool* pool,
+                           VQU8String** string) {
   int64_t capacity = 0;
-  if (!encodedCapacity(byteCount, isWrapped, &capacity)) return VQSTATUS_NO_MEMORY;
-  VQU8String* string = nullptr;
-  if (const VQStatus status = vqU8StringCreateSized(service, &string, pool, nullptr, 0, capacity);
-      status != 0) {
-    return status;
+  if (encoding.byteCount != 0 && !encodedCapacity(encoding.byteCount, encoding.isWrapped, &capacity)) {
+    return VQSTATUS_NO_MEMORY;
   }
-  const auto* bytes = static_cast<const uint8_t*>(source);
-  const uint64_t groupCount = byteCount / 3, restBytes = byteCount % 3;
-  char* end = writeGroups(alphabet, bytes, groupCount, isWrapped, string->text);
-  if (restBytes != 0) {
-    end = writeRest(alphabet, bytes + 3 * groupCount, restBytes, isPadded, end);
-    // A shortened group counts as a whole one on its line.
-    if (isWrapped && (groupCount + 1) % groupsPerLine == 0) *end++ = '\n';
-  }
-  *end = 0;
-  string->length = static_cast<uint64_t>(end - string->text);
+  return vqU8StringCreateSized(service, string, pool, nullptr, 0, capacity);
+}
+
+void fillEncoded(const Encoding& encoding, VQU8String* string) {
+  string->length = encoding.writeTo(string->text);
+  string->text[string->length] = 0;
   assert(string->length <= string->capacity);
+}
+
+VQStatus encode(const Encoding& encoding, VQStringService* service, VQPool* pool, VQU8String** target) {
+  VQU8String* string = nullptr;
+  if (const VQStatus status = createForEncoding(encoding, service, pool, &string); status != 0) return status;
+  if (encoding.byteCount != 0) fillEncoded(encoding, string);
   *target = string;
   return 0;
 }
 
-using EncodeU8 = decltype(vqU8StringEncodeBase64);
-
-VQStatus encodeWide(EncodeU8* encodeU8, VQStringService* service, const void* bytes, uint64_t byteCount,
-                    VQPool* pool, VQString** target, uint8_t pad, uint8_t wrap) {
-  VQU8String* narrow = nullptr;
-  if (const VQStatus status = encodeU8(service, bytes, byteCount, pool, &narrow, pad, wrap); status != 0) {
-    return status;
+// Makes a string with the wide form at once, or none if that does not do. The temporary serves for the front
+// that the host converts.
+VQStatus fillWide(const Encoding& encoding, VQStringService* service, VQU8String* temporary, VQPool* pool,
+                  VQString** target, bool* isFilled) {
+  if (!ensureTarget<WideKind>(service, target, pool != nullptr ? pool : service->pool)) {
+    return VQSTATUS_NO_MEMORY;
   }
+  base64::portable::encodeGroups(encoding.alphabet, encoding.bytes, 1, temporary->text);
+  const VQStatus status = fillAscii<WideKind>(
+      *target, service, temporary->text, 4, encoding.length(),
+      [&](VQChar* text) {
+        encoding.writeTo(text);
+        return true;
+      },
+      isFilled);
+  if (status == 0 && *isFilled) return 0;
+  vqStringDestroy(*target);
   *target = nullptr;
-  const VQStatus status =
-      vqStringEncode(service, target, pool, narrow->text, static_cast<int64_t>(narrow->length), ENC_UTF8);
-  vqU8StringDestroy(narrow);
+  return status;
+}
+
+VQStatus encodeWide(const Encoding& encoding, VQStringService* service, VQPool* pool, VQString** target) {
+  VQU8String* temporary = nullptr;
+  VQStatus status = createForEncoding(encoding, service, pool, &temporary);
+  if (status != 0) return status;
+  *target = nullptr;
+  bool isFilled = false;
+  // The front is a whole group.
+  if (encoding.byteCount >= 3) {
+    status = fillWide(encoding, service, temporary, pool, target, &isFilled);
+  }
+  if (status == 0 && !isFilled) {
+    if (encoding.byteCount != 0) fillEncoded(encoding, temporary);
+    status = vqStringEncode(service, target, pool, temporary->text, static_cast<int64_t>(temporary->length),
+                            ENC_UTF8);
+  }
+  vqU8StringDestroy(temporary);
   return status;
 }
 
 // ---- Decoding ----
+
+// The elements of a line of wrapped text with its line feed.
+constexpr uint64_t lineElements = 4 * base64::groupsPerLine + 1;
 
 // What a reader answers when it is asked for the next value of a group.
 enum class Next : uint8_t { value, end, invalid };
@@ -127,11 +197,14 @@ class WideReader {
       // A padded end is not tried: the vectors would fail on it and leave the groups before it to the walk.
       const uint64_t left = static_cast<uint64_t>(end_ - at_);
       const uint64_t clean = left != 0 && end_[-1] == U'=' ? left - 1 : left;
-      const uint64_t count = base64::decodeGroups(alphabet_, at_, clean / 4, target);
+      const uint64_t count = base64::decodeGroups(alphabet_, at_, clean / 4, target + 3 * total);
       at_ += 4 * count;
-      target += 3 * count;
       total += count;
       const VQChar* before = at_;
+      const uint64_t lineCount =
+          base64::decodeLines(alphabet_, at_, (clean - 4 * count) / lineElements, target + 3 * total);
+      at_ += lineElements * lineCount;
+      total += base64::groupsPerLine * lineCount;
       passOver();
       if (at_ == before) return total;
     }
@@ -167,6 +240,11 @@ class U8Reader {
     // A line feed where a group begins, with a whole clean group behind it: the look at the next four bytes
     // finds no '=' there, and the feed is passed over in front of the first value.
     while (left_ > 4 && *at_ == '\n') {
+      const uint64_t lineCount =
+          base64::decodeLines(alphabet_, at_, left_ / lineElements, target + 3 * total);
+      skip(static_cast<int64_t>(lineElements * lineCount));
+      total += base64::groupsPerLine * lineCount;
+      if (left_ <= 4 || *at_ != '\n') break;
       skip(1);
       const uint64_t count = takeClean(target + 3 * total);
       if (count == 0) {
@@ -278,22 +356,22 @@ VQStatus decodeU8(const Alphabet& alphabet, const VQU8String* string, VQPool* po
 
 VQStatus vqU8StringEncodeBase64(VQStringService* service, const void* bytes, uint64_t byteCount, VQPool* pool,
                                 VQU8String** target, uint8_t pad, uint8_t wrap) {
-  return encode(base64::standard, service, bytes, byteCount, pool, target, pad, wrap);
+  return encode({base64::standard, bytes, byteCount, pad, wrap}, service, pool, target);
 }
 
 VQStatus vqU8StringEncodeBase64URL(VQStringService* service, const void* bytes, uint64_t byteCount,
                                    VQPool* pool, VQU8String** target, uint8_t pad, uint8_t wrap) {
-  return encode(base64::urlSafe, service, bytes, byteCount, pool, target, pad, wrap);
+  return encode({base64::urlSafe, bytes, byteCount, pad, wrap}, service, pool, target);
 }
 
 VQStatus vqStringEncodeBase64(VQStringService* service, const void* bytes, uint64_t byteCount, VQPool* pool,
                               VQString** target, uint8_t pad, uint8_t wrap) {
-  return encodeWide(vqU8StringEncodeBase64, service, bytes, byteCount, pool, target, pad, wrap);
+  return encodeWide({base64::standard, bytes, byteCount, pad, wrap}, service, pool, target);
 }
 
 VQStatus vqStringEncodeBase64URL(VQStringService* service, const void* bytes, uint64_t byteCount,
                                  VQPool* pool, VQString** target, uint8_t pad, uint8_t wrap) {
-  return encodeWide(vqU8StringEncodeBase64URL, service, bytes, byteCount, pool, target, pad, wrap);
+  return encodeWide({base64::urlSafe, bytes, byteCount, pad, wrap}, service, pool, target);
 }
 
 VQStatus vqStringDecodeBase64(const VQString* string, VQPool* pool, uint8_t** bytes, uint64_t* byteCount) {

@@ -78,12 +78,23 @@ inline constexpr Alphabet urlSafe = makeAlphabet('-', '_');
 
 // Writes four characters for each of `groupCount` groups of three bytes.
 void encodeGroups(const Alphabet& alphabet, const uint8_t* bytes, uint64_t groupCount, char* target);
+void encodeGroups(const Alphabet& alphabet, const uint8_t* bytes, uint64_t groupCount, VQChar* target);
+
+// The same in lines of 76 characters and a line feed.
+inline constexpr uint64_t groupsPerLine = 19;
+void encodeLines(const Alphabet& alphabet, const uint8_t* bytes, uint64_t lineCount, char* target);
+void encodeLines(const Alphabet& alphabet, const uint8_t* bytes, uint64_t lineCount, VQChar* target);
 
 // Reads groups of four characters up to the first that is not wholly of the alphabet, at most `groupCount`,
 // and writes three bytes for each. Answers how many it read. Only the bytes of groups that were there are
 // written, whether the group is read or not.
 uint64_t decodeGroups(const Alphabet& alphabet, const char* text, uint64_t groupCount, uint8_t* target);
 uint64_t decodeGroups(const Alphabet& alphabet, const VQChar* text, uint64_t groupCount, uint8_t* target);
+
+// Reads lines, each a line feed and behind it 19 groups that are wholly of the alphabet, up to the first
+// that is otherwise, and at most `lineCount`. Answers how many it read. Bytes as above.
+uint64_t decodeLines(const Alphabet& alphabet, const char* text, uint64_t lineCount, uint8_t* target);
+uint64_t decodeLines(const Alphabet& alphabet, const VQChar* text, uint64_t lineCount, uint8_t* target);
 
 // A character's value or `invalid`. The whole element counts, not its low byte.
 inline uint8_t valueOf(const Alphabet& alphabet, char character) {
@@ -93,9 +104,25 @@ inline uint8_t valueOf(const Alphabet& alphabet, VQChar character) {
   return character < alphabet.values.size() ? alphabet.values[character] : invalid;
 }
 
-// The forms behind the three functions above.
+// The forms behind the functions above.
 namespace portable {
-void encodeGroups(const Alphabet& alphabet, const uint8_t* bytes, uint64_t groupCount, char* target);
+template <class Element>
+void encodeGroups(const Alphabet& alphabet, const uint8_t* bytes, uint64_t groupCount, Element* target) {
+  for (; groupCount != 0; --groupCount, bytes += 3, target += 4) {
+    target[0] = static_cast<Element>(alphabet.characters[bytes[0] >> 2]);
+    target[1] = static_cast<Element>(alphabet.characters[(bytes[0] & 0x03) << 4 | bytes[1] >> 4]);
+    target[2] = static_cast<Element>(alphabet.characters[(bytes[1] & 0x0F) << 2 | bytes[2] >> 6]);
+    target[3] = static_cast<Element>(alphabet.characters[bytes[2] & 0x3F]);
+  }
+}
+template <class Element>
+void encodeLines(const Alphabet& alphabet, const uint8_t* bytes, uint64_t lineCount, Element* target) {
+  for (; lineCount != 0; --lineCount, bytes += 3 * groupsPerLine, target += 4 * groupsPerLine) {
+    encodeGroups(alphabet, bytes, groupsPerLine, target);
+    target[4 * groupsPerLine] = '\n';
+    ++target;
+  }
+}
 template <class Element>
 uint64_t decodeGroups(const Alphabet& alphabet, const Element* text, uint64_t groupCount, uint8_t* target) {
   for (uint64_t group = 0; group < groupCount; ++group) {
@@ -111,14 +138,31 @@ uint64_t decodeGroups(const Alphabet& alphabet, const Element* text, uint64_t gr
   }
   return groupCount;
 }
+template <class Element>
+uint64_t decodeLines(const Alphabet& alphabet, const Element* text, uint64_t lineCount, uint8_t* target) {
+  for (uint64_t line = 0; line < lineCount; ++line) {
+    if (*text != '\n' || decodeGroups(alphabet, text + 1, groupsPerLine, target) != groupsPerLine) {
+      return line;
+    }
+    text += 4 * groupsPerLine + 1;
+    target += 3 * groupsPerLine;
+  }
+  return lineCount;
+}
 }  // namespace portable
 
-// For processors with AVX-512 and its byte permutations. All groups, as above.
+// For processors with AVX-512 and its byte permutations.
 namespace wide_vector {
+// Groups that one vector holds. Fewer are served too.
 inline constexpr uint64_t vectorGroups = 16;
 void encodeGroups(const Alphabet& alphabet, const uint8_t* bytes, uint64_t groupCount, char* target);
+void encodeGroups(const Alphabet& alphabet, const uint8_t* bytes, uint64_t groupCount, VQChar* target);
+void encodeLines(const Alphabet& alphabet, const uint8_t* bytes, uint64_t lineCount, char* target);
+void encodeLines(const Alphabet& alphabet, const uint8_t* bytes, uint64_t lineCount, VQChar* target);
 uint64_t decodeGroups(const Alphabet& alphabet, const char* text, uint64_t groupCount, uint8_t* target);
 uint64_t decodeGroups(const Alphabet& alphabet, const VQChar* text, uint64_t groupCount, uint8_t* target);
+uint64_t decodeLines(const Alphabet& alphabet, const char* text, uint64_t lineCount, uint8_t* target);
+uint64_t decodeLines(const Alphabet& alphabet, const VQChar* text, uint64_t lineCount, uint8_t* target);
 }  // namespace wide_vector
 
 // For processors with AVX2.
@@ -126,8 +170,13 @@ namespace vector {
 // Groups that one vector holds; below that the portable form serves.
 inline constexpr uint64_t vectorGroups = 8;
 void encodeGroups(const Alphabet& alphabet, const uint8_t* bytes, uint64_t groupCount, char* target);
+void encodeGroups(const Alphabet& alphabet, const uint8_t* bytes, uint64_t groupCount, VQChar* target);
+void encodeLines(const Alphabet& alphabet, const uint8_t* bytes, uint64_t lineCount, char* target);
+void encodeLines(const Alphabet& alphabet, const uint8_t* bytes, uint64_t lineCount, VQChar* target);
 uint64_t decodeGroups(const Alphabet& alphabet, const char* text, uint64_t groupCount, uint8_t* target);
 uint64_t decodeGroups(const Alphabet& alphabet, const VQChar* text, uint64_t groupCount, uint8_t* target);
+uint64_t decodeLines(const Alphabet& alphabet, const char* text, uint64_t lineCount, uint8_t* target);
+uint64_t decodeLines(const Alphabet& alphabet, const VQChar* text, uint64_t lineCount, uint8_t* target);
 }  // namespace vector
 
 }  // namespace vq::base64

@@ -3,48 +3,14 @@
 // Each operation measures, takes a block of that size, and converts once, straight into what it hands out.
 // vqStringEncode and vqStringDecode fill a string and make a converter for the call; the getters make a block
 // and use the service's shared transcoders.
-#include <algorithm>
-
-#include "encodings/refill.hpp"
-#include "strings/storage.hpp"
-#include "vqstring/encodings.h"
+#include "encodings/conversion_steps.hpp"
 
 using namespace vq;
 
 namespace {
 
-bool canConvert(const VQStringService* service, uint32_t source, uint32_t target) {
-  return service->nls->nlsCanConvert(service->nls, source, target, 0) == 1;
-}
-
-VQStatus measure(const VQStringService* service, uint32_t source, const void* text, uint64_t byteCount,
-                 uint32_t target, uint64_t* size) {
-  return service->nls->nlsMeasureConversion(service->nls, source, text, byteCount, target, size);
-}
-
 uint64_t textBytes(const VQString* string) {
   return sizeof(VQChar) * static_cast<uint64_t>(string->length);
-}
-
-// Stores an empty string, without a text, when the caller has none to be filled. False without memory.
-template <class Kind>
-bool ensureTarget(VQStringService* service, RecordOf<Kind>** target, VQPool* pool) {
-  if (*target != nullptr) return true;
-  *target = allocate<RecordOf<Kind>>(pool, 1);
-  if (*target == nullptr) return false;
-  fillRecord<Kind>(*target, service, pool, false);
-  setText<Kind>(*target, nullptr, 0, 0, false);
-  return true;
-}
-
-// Passes a status on. A string that was made for the call does not outlive its failure.
-template <class Kind>
-VQStatus finish(VQStatus status, RecordOf<Kind>** target, bool isCreated) {
-  if (status != 0 && isCreated) {
-    destroy<Kind>(*target);
-    *target = nullptr;
-  }
-  return status;
 }
 
 // The source's bytes as they stand, cut to whole elements.
@@ -62,18 +28,11 @@ VQStatus fillUnconverted(RecordOf<Kind>* string, const void* source, uint64_t by
 template <class Kind, class MakeConverter>
 VQStatus fillConverted(RecordOf<Kind>* string, const void* source, uint64_t byteCount, uint64_t size,
                        MakeConverter makeConverter) {
-  constexpr uint64_t elementSize = sizeof(ElementOf<Kind>);
-  Refill<Kind> refill(string, size / elementSize);
+  Refill<Kind> refill(string, size / sizeof(ElementOf<Kind>));
   if (!refill) return VQSTATUS_NO_MEMORY;
-  VQStatus status = 0;
-  uint64_t produced = 0;
-  {
-    const CallTranscoder converter = CallTranscoder::own(makeConverter());
-    if (!converter) return VQSTATUS_NO_CONVERTER;
-    status = converter.convert(source, byteCount, refill.text(), refill.byteCount(), &produced);
-  }
-  // With a failure a converter may report the size that it would need.
-  refill.settle(std::min(produced, refill.byteCount()) / elementSize);
+  uint64_t elementCount = 0;
+  const VQStatus status = convertInto(&refill, source, byteCount, makeConverter, &elementCount);
+  if (status == 0) refill.settle(elementCount);
   return status;
 }
 
@@ -81,7 +40,8 @@ VQStatus encodeInto(VQString* string, VQStringService* service, const void* text
                     uint32_t encoding) {
   if (!canConvert(service, encoding, ENC_WIDE)) return fillUnconverted<WideKind>(string, text, byteCount);
   uint64_t size = 0;
-  if (const VQStatus status = measure(service, encoding, text, byteCount, ENC_WIDE, &size); status != 0) {
+  if (const VQStatus status = measureConversion(service, encoding, text, byteCount, ENC_WIDE, &size);
+      status != 0) {
     return status;
   }
   VQNls* nls = service->nls;
@@ -95,7 +55,8 @@ VQStatus decodeInto(VQNarrowString* narrow, const VQString* string, uint32_t enc
     return fillUnconverted<NarrowKind>(narrow, string->text, textBytes(string));
   }
   uint64_t size = 0;
-  if (const VQStatus status = measure(service, ENC_WIDE, string->text, textBytes(string), encoding, &size);
+  if (const VQStatus status =
+          measureConversion(service, ENC_WIDE, string->text, textBytes(string), encoding, &size);
       status != 0) {
     return status;
   }
@@ -131,7 +92,8 @@ VQStatus getBlock(const VQStringService* service, VQTranscoder* shared, uint32_t
   uint64_t size = 0;
   const bool isConverted = canConvert(service, sourceEncoding, targetEncoding) && shared != nullptr;
   if (isConverted) {
-    const VQStatus status = measure(service, sourceEncoding, source, byteCount, targetEncoding, &size);
+    const VQStatus status =
+        measureConversion(service, sourceEncoding, source, byteCount, targetEncoding, &size);
     if (status != 0) return status;
   }
   *target = nullptr;
@@ -181,7 +143,8 @@ VQStatus vqStringGetU8String(const VQString* string, VQU8String** target, VQPool
     return vqU8StringCreate(service, target, pool, nullptr, 0, false);
   }
   uint64_t size = 0;
-  if (const VQStatus status = measure(service, ENC_WIDE, string->text, textBytes(string), ENC_UTF8, &size);
+  if (const VQStatus status =
+          measureConversion(service, ENC_WIDE, string->text, textBytes(string), ENC_UTF8, &size);
       status != 0) {
     return status;
   }

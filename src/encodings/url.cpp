@@ -6,7 +6,7 @@
 // character at a time, so that a failure leaves the string escaped up to the character that it met.
 #include <algorithm>
 
-#include "encodings/refill.hpp"
+#include "encodings/conversion_steps.hpp"
 #include "encodings/url_codec.hpp"
 #include "utf/transcode.hpp"
 #include "vqstring/encodings.h"
@@ -28,6 +28,22 @@ class Utf8Form {
     vqStringInitStatic(owner_->service, &wrapped, owner_->pool, text, static_cast<int64_t>(elementCount));
     return vqStringDecode(&wrapped, &narrow_, owner_->pool, ENC_UTF8);
   }
+  // The same for a text that is likely to be ASCII throughout: the host is spared all but its first
+  // character.
+  VQStatus fillLikelyAscii(const VQChar* text, uint64_t elementCount) {
+    if (text[0] >= 0x80) return fill(text, elementCount);
+    VQStringService* service = owner_->service;
+    VQPool* pool = owner_->pool != nullptr ? owner_->pool : service->pool;
+    if (!ensureTarget<NarrowKind>(service, &narrow_, pool)) return VQSTATUS_NO_MEMORY;
+    // As many bytes as characters are room for nothing else.
+    const auto narrow = [=](char* target) {
+      auto* bytes = reinterpret_cast<uint8_t*>(target);
+      return transcode::wideToUtf8(text, elementCount, bytes, elementCount).status == 0;
+    };
+    bool isFilled = false;
+    const VQStatus status = fillAscii<NarrowKind>(narrow_, service, text, 1, elementCount, narrow, &isFilled);
+    return status != 0 || isFilled ? status : fill(text, elementCount);
+  }
   char* text() const { return narrow_->text; }
   uint64_t length() const { return static_cast<uint64_t>(narrow_->length); }
 
@@ -41,13 +57,19 @@ bool hasUtf8Form(VQChar character) {
 }
 
 // The UTF-8 form of the text from `first` on: of everything, or else of what stands in front of the first
-// character without such a form. Answers the number of characters; 0 when the conversion fails.
+// character without such a form. Answers the number of characters; 0 when the conversion fails, or when its
+// size is not that of the characters taken one by one.
 uint64_t fillFront(const VQString* string, uint64_t first, Utf8Form* utf8) {
   const VQChar* text = string->text + first;
   const uint64_t rest = static_cast<uint64_t>(string->length) - first;
-  if (utf8->fill(text, rest) == 0) return rest;
+  const uint64_t byteCount = transcode::utf8LengthOfWide(text, rest);
+  const bool isAscii = byteCount == rest;
+  if ((isAscii ? utf8->fillLikelyAscii(text, rest) : utf8->fill(text, rest)) == 0) {
+    return utf8->length() == byteCount ? rest : 0;
+  }
   const auto count = static_cast<uint64_t>(std::find_if_not(text, text + rest, hasUtf8Form) - text);
-  return count != 0 && count != rest && utf8->fill(text, count) == 0 ? count : 0;
+  const bool isConverted = count != 0 && count != rest && utf8->fill(text, count) == 0;
+  return isConverted && utf8->length() == transcode::utf8LengthOfWide(text, count) ? count : 0;
 }
 
 // Escapes the front of the string, from the first character that needs it to the first without a UTF-8 form.
@@ -57,8 +79,7 @@ uint64_t escapeFront(VQString* string, uint64_t first) {
   const auto length = static_cast<uint64_t>(string->length);
   const uint64_t frontCount = fillFront(string, first, &utf8);
   const VQChar* text = string->text + first;
-  // A form of another size is not what the characters give one by one.
-  if (frontCount == 0 || utf8.length() != transcode::utf8LengthOfWide(text, frontCount)) return first;
+  if (frontCount == 0) return first;
   const url::Measure measure = url::measure(utf8.text(), utf8.length());
   if (!measure.isRegular) return first;
   const uint64_t escapedCount = measure.length(utf8.length());
@@ -119,10 +140,12 @@ VQStatus vqStringURLEncode(VQString* string) {
 
 VQStatus vqU8StringURLEncode(VQU8String* string) {
   const uint64_t length = string->length;
-  const uint64_t first = url::cleanLength(string->text, length);
-  if (first == length) return 0;
   const char* text = string->text;
+  // A short text is measured at once: that tells too whether there is anything to escape.
+  constexpr uint64_t fewBytes = 64;
+  const uint64_t first = length <= fewBytes ? 0 : url::cleanLength(text, length);
   const url::Measure measure = url::measure(text + first, length - first);
+  if (measure.escapedBytes == 0) return 0;
   const uint64_t restBytes = measure.length(length - first);
   uint64_t newLength = 0;
   if (__builtin_add_overflow(first, restBytes, &newLength)) return VQSTATUS_NO_MEMORY;
@@ -145,9 +168,8 @@ VQStatus vqU8StringURLEncode(VQU8String* string) {
 VQStatus vqStringURLDecode(VQString* string) {
   if (string->length == 0) return 0;
   Utf8Form utf8(string);
-  if (const VQStatus status = utf8.fill(string->text, static_cast<uint64_t>(string->length)); status != 0) {
-    return status;
-  }
+  const VQStatus status = utf8.fillLikelyAscii(string->text, static_cast<uint64_t>(string->length));
+  if (status != 0) return status;
   const uint64_t byteCount = url::unescape(utf8.text(), utf8.length());
   return vqStringEncode(string->service, &string, string->pool, utf8.text(), static_cast<int64_t>(byteCount),
                         ENC_UTF8);

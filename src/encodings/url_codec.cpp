@@ -14,6 +14,7 @@ using vector::stepElements;
 
 template <class Element>
 uint64_t cleanLengthOf(const Element* text, uint64_t elementCount) {
+  if (cpu::hasAvx512()) return wide_vector::cleanLength(text, elementCount);
   uint64_t at = 0;
   if (elementCount >= stepElements && cpu::hasAvx2()) at = vector::cleanLength(text, elementCount);
   using Value = std::conditional_t<sizeof(Element) == 1, uint8_t, VQChar>;
@@ -43,7 +44,7 @@ uint64_t countSequences(const char* text, uint64_t byteCount) {
   return escaped;
 }
 
-// Stores what stands for a byte, exactly or with up to three elements more.
+// Stores what stands for a byte.
 char* put(char* target, uint8_t byte) {
   const Escape escape = escapes[byte];
   if (escape.length == 1) {
@@ -53,45 +54,19 @@ char* put(char* target, uint8_t byte) {
   std::memcpy(target, escape.characters, 3);
   return target + 3;
 }
-char* putLoosely(char* target, uint8_t byte) {
-  const Escape escape = escapes[byte];
-  std::memcpy(target, &escape, sizeof escape);
-  return target + escape.length;
-}
 VQChar* put(VQChar* target, uint8_t byte) {
   const Escape escape = escapes[byte];
   for (unsigned i = 0; i < escape.length; ++i) target[i] = static_cast<VQChar>(escape.characters[i]);
   return target + escape.length;
 }
-VQChar* putLoosely(VQChar* target, uint8_t byte) {
-  const Escape escape = escapes[byte];
-  const VQChar elements[4] = {static_cast<VQChar>(escape.characters[0]),
-                              static_cast<VQChar>(escape.characters[1]),
-                              static_cast<VQChar>(escape.characters[2]), 0};
-  std::memcpy(target, elements, sizeof elements);
-  return target + escape.length;
-}
 
-// What a step of escapes takes beyond its own elements, with the overshoot of the last.
-constexpr int64_t stepGrowth = 2 * static_cast<int64_t>(stepElements) + 4;
-
-// Every byte by itself. `freeElements` tells how far the target may be written now, counted from it, in
-// front of what must be kept: the unread source, or the last step of the target.
-template <class Element, class FreeElements>
-void escapeRegular(const char* text, const char* end, Element* target, bool isInPlace,
-                   FreeElements freeElements) {
+// Every byte by itself. `escapeSteps` moves text and target on where vectors can.
+template <class Element, class EscapeSteps>
+void escapeRegular(const char* text, const char* end, Element* target, EscapeSteps escapeSteps) {
   while (text < end) {
-    if (static_cast<uint64_t>(end - text) >= 2 * stepElements && cpu::hasAvx2()) {
-      text += vector::escapeSparse(text, static_cast<uint64_t>(end - text), &target,
-                                   freeElements(text, target), isInPlace);
-    }
-    const auto left = static_cast<uint64_t>(end - text);
-    const char* stop = text + std::min(left, stepElements);
-    if (left >= stepElements && freeElements(text, target) >= stepGrowth) {
-      for (; text < stop; ++text) target = putLoosely(target, static_cast<uint8_t>(*text));
-    } else {
-      for (; text < stop; ++text) target = put(target, static_cast<uint8_t>(*text));
-    }
+    if (static_cast<uint64_t>(end - text) >= stepElements && cpu::hasAvx2()) escapeSteps(&text, &target);
+    const char* stop = text + std::min(static_cast<uint64_t>(end - text), stepElements);
+    for (; text < stop; ++text) target = put(target, static_cast<uint8_t>(*text));
   }
 }
 
@@ -121,7 +96,11 @@ uint64_t cleanLength(const VQChar* text, uint64_t elementCount) {
   return cleanLengthOf(text, elementCount);
 }
 
-Measure measure(const char* text, uint64_t byteCount) {
+namespace {
+
+// Each byte judged by itself.
+Measure measureBytes(const char* text, uint64_t byteCount) {
+  if (cpu::hasAvx512()) return wide_vector::measure(text, byteCount);
   Measure sum;
   uint64_t at = 0;
   uint32_t reached = 0;
@@ -134,34 +113,47 @@ Measure measure(const char* text, uint64_t byteCount) {
     reached >>= 1;
     if (byte >= 0xC0) reached |= (1u << (announcedLength(byte) - 1)) - 1;
   }
+  return sum;
+}
+
+}  // namespace
+
+Measure measure(const char* text, uint64_t byteCount) {
+  Measure sum = measureBytes(text, byteCount);
   if (!sum.isRegular) sum.escapedBytes = countSequences(text, byteCount);
   return sum;
 }
 
 void escape(const char* text, uint64_t byteCount, bool isRegular, char* target, uint64_t targetLength) {
   const char* end = text + byteCount;
+  if (!isRegular) return escapeSequences(text, end, target);
+  if (cpu::hasAvx512()) return wide_vector::escape(text, byteCount, target);
   const char* targetEnd = target + targetLength;
-  if (!isRegular) {
-    escapeSequences(text, end, target);
-  } else if (end == targetEnd) {
-    escapeRegular(text, end, target, true, [](const char* source, char* at) { return source - at; });
-  } else {
-    const char* lastStep = targetEnd - stepElements;
-    escapeRegular(text, end, target, false, [=](const char*, char* at) { return lastStep - at; });
-  }
+  const bool isInPlace = end == targetEnd;
+  escapeRegular(text, end, target, [=](const char** from, char** to) {
+    const char* limit = isInPlace ? *from : targetEnd;
+    *from += vector::escape(*from, static_cast<uint64_t>(end - *from), to, limit, isInPlace);
+  });
 }
 
 void escapeToWide(const char* text, uint64_t byteCount, VQChar* target, uint64_t targetLength) {
-  const VQChar* lastStep = target + targetLength - stepElements;
-  escapeRegular(text, text + byteCount, target, false,
-                [=](const char*, VQChar* at) { return lastStep - at; });
+  if (cpu::hasAvx512()) return wide_vector::escapeToWide(text, byteCount, target, targetLength);
+  const char* end = text + byteCount;
+  const VQChar* targetEnd = target + targetLength;
+  escapeRegular(text, end, target, [=](const char** from, VQChar** to) {
+    *from += vector::escape(*from, static_cast<uint64_t>(end - *from), to, targetEnd);
+  });
 }
 
 uint64_t unescape(char* text, uint64_t byteCount) {
   uint64_t at = 0, written = 0;
   while (at < byteCount) {
-    if (cpu::hasAvx2()) vector::unescape(text, byteCount, &at, &written);
-    // A step by single bytes: at the end, and until the escapes taken out make room for whole vectors.
+    if (cpu::hasAvx512()) {
+      wide_vector::unescape(text, byteCount, &at, &written);
+    } else if (cpu::hasAvx2()) {
+      vector::unescape(text, byteCount, &at, &written);
+    }
+    // A step by single bytes: at the end, and where a '%' stands in the place of a digit.
     for (const uint64_t stop = std::min(byteCount, at + stepElements); at < stop;) {
       const char byte = text[at];
       if (byte == '%' && byteCount - at > 2) {

@@ -82,25 +82,32 @@ void escapeToWide(const char* text, uint64_t byteCount, VQChar* target, uint64_t
 // as digits, or one at the end of the text; a byte that is no digit counts as -1.
 uint64_t unescape(char* text, uint64_t byteCount);
 
-// Scans for processors with AVX2, 32 elements a step. Each goes on for as many whole steps as it can.
+// For processors with AVX2, 32 elements a step. Each goes on for as many whole steps as it can.
 namespace vector {
 inline constexpr uint64_t stepElements = 32;
 // Steps that need no escape, in elements.
 uint64_t cleanLength(const char* text, uint64_t byteCount);
 uint64_t cleanLength(const VQChar* text, uint64_t elementCount);
-// Steps of a regular text in which few bytes are escaped, written to `*target`, which moves on. Answers the
-// bytes that they have. `freeElements`, from the target to the source in place and to the last step of the
-// target otherwise, must be and stay as many as a step and its escapes take.
-uint64_t escapeSparse(const char* text, uint64_t byteCount, char** target, int64_t freeElements,
-                      bool isInPlace);
-uint64_t escapeSparse(const char* text, uint64_t byteCount, VQChar** target, int64_t freeElements,
-                      bool isInPlace);
 // Adds all whole steps to the measure, each byte judged by itself, and answers their bytes. The bits of
 // `reached` are the places behind them that a sequence may still reach.
 uint64_t measure(const char* text, uint64_t byteCount, Measure* sum, uint32_t* reached);
-// Goes on with unescaping from `*at`, the text written so far being `*written` bytes, while two steps are
-// left, the next holds few escapes, and it stands a step behind what is written or holds none.
+// Steps of a regular text, written to `*target`, which moves on. Answers the bytes that they have. Nothing is
+// written from `limit` on, which is the end of the target, or in place the source, which it follows.
+uint64_t escape(const char* text, uint64_t byteCount, char** target, const char* limit, bool isInPlace);
+uint64_t escape(const char* text, uint64_t byteCount, VQChar** target, const VQChar* limit);
+// Goes on with unescaping from `*at`, the text written so far being `*written` bytes, while a step and two
+// bytes are left and no '%' stands in the place of a digit.
 void unescape(char* text, uint64_t byteCount, uint64_t* at, uint64_t* written);
 }  // namespace vector
+
+// For processors with AVX-512, 64 elements a step. All of a text but for unescaping, which is as above.
+namespace wide_vector {
+uint64_t cleanLength(const char* text, uint64_t byteCount);
+uint64_t cleanLength(const VQChar* text, uint64_t elementCount);
+Measure measure(const char* text, uint64_t byteCount);
+void escape(const char* text, uint64_t byteCount, char* target);
+void escapeToWide(const char* text, uint64_t byteCount, VQChar* target, uint64_t targetLength);
+void unescape(char* text, uint64_t byteCount, uint64_t* at, uint64_t* written);
+}  // namespace wide_vector
 
 }  // namespace vq::url

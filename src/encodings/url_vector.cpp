@@ -1,7 +1,8 @@
-// Scans for percent escaping in AVX2: which of 32 bytes are ASCII letters, digits or the full stop.
+// Percent escaping in AVX2, 32 bytes a step: which of them are ASCII letters, digits or the full stop, and
+// escapes written and taken out by shuffles of four and eight bytes.
 #include <immintrin.h>
 
-#include <cstring>
+#include <array>
 
 #include "encodings/url_codec.hpp"
 #include "text/cpu.hpp"
@@ -59,68 +60,103 @@ VQ_TARGET_AVX2 uint64_t cleanLength(const VQChar* text, uint64_t elementCount) {
   return at;
 }
 
+// ---- Escaping ----
+
 namespace {
 
-// Copies the elements up to the next escape, rounded up to a step.
-VQ_TARGET_AVX2 inline void copyRun(char* target, const char* text, uint64_t) {
-  _mm256_storeu_si256(reinterpret_cast<__m256i*>(target), load32(text));
-}
-VQ_TARGET_AVX2 inline void copyRun(VQChar* target, const char* text, uint64_t count) {
-  for (uint64_t i = 0; i < count; i += 8) {
-    const __m128i bytes = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(text + i));
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(target + i), _mm256_cvtepu8_epi32(bytes));
+// Four bytes stand in a register as themselves, as their high digits, as their low digits and as percent
+// signs. By a bit for each byte that is escaped, this makes of them what is to be written.
+struct Choices {
+  alignas(16) std::array<std::array<uint8_t, 16>, 16> places{};
+  std::array<uint8_t, 16> lengths{};
+};
+constexpr Choices choices = [] {
+  Choices made;
+  for (size_t bits = 0; bits < 16; ++bits) {
+    uint8_t& length = made.lengths[bits];
+    for (uint8_t i = 0; i < 4; ++i) {
+      if ((bits >> i & 1) == 0) {
+        made.places[bits][length++] = i;
+        continue;
+      }
+      for (const int part : {12, 4, 8}) made.places[bits][length++] = static_cast<uint8_t>(part + i);
+    }
   }
+  return made;
+}();
+
+VQ_TARGET_AVX2 inline void store16(char* target, __m128i bytes) {
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(target), bytes);
+}
+VQ_TARGET_AVX2 inline void store16(VQChar* target, __m128i bytes) {
+  auto* elements = reinterpret_cast<__m256i*>(target);
+  _mm256_storeu_si256(elements, _mm256_cvtepu8_epi32(bytes));
+  _mm256_storeu_si256(elements + 1, _mm256_cvtepu8_epi32(_mm_srli_si128(bytes, 8)));
+}
+VQ_TARGET_AVX2 inline void store32(char* target, __m256i bytes) {
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(target), bytes);
+}
+VQ_TARGET_AVX2 inline void store32(VQChar* target, __m256i bytes) {
+  store16(target, _mm256_castsi256_si128(bytes));
+  store16(target + 16, _mm256_extracti128_si256(bytes, 1));
 }
 
-inline void putEscape(char* target, char byte) {
-  std::memcpy(target, &escapes[static_cast<uint8_t>(byte)], 3);
-}
-inline void putEscape(VQChar* target, char byte) {
-  const Escape escape = escapes[static_cast<uint8_t>(byte)];
-  for (unsigned i = 0; i < 3; ++i) target[i] = static_cast<VQChar>(escape.characters[i]);
+// Writes 32 bytes, of which some are escaped, and up to 12 elements behind. Answers the end.
+template <class Element>
+VQ_TARGET_AVX2 inline Element* escapeStep(__m256i bytes, uint32_t escaped, Element* target) {
+  const __m256i nibble = _mm256_set1_epi8(0x0F);
+  const __m256i digits =
+      _mm256_setr_epi8('0', '1', '2', '3', '4', '5', '6', '7', '8', '9', 'A', 'B', 'C', 'D', 'E', 'F', '0',
+                       '1', '2', '3', '4', '5', '6', '7', '8', '9', 'A', 'B', 'C', 'D', 'E', 'F');
+  const __m256i high = _mm256_shuffle_epi8(digits, _mm256_and_si256(_mm256_srli_epi16(bytes, 4), nibble));
+  const __m256i low = _mm256_shuffle_epi8(digits, _mm256_and_si256(bytes, nibble));
+  const __m256i signs = _mm256_set1_epi8('%');
+  const __m256i fronts[2] = {_mm256_unpacklo_epi32(bytes, high), _mm256_unpackhi_epi32(bytes, high)};
+  const __m256i backs[2] = {_mm256_unpacklo_epi32(low, signs), _mm256_unpackhi_epi32(low, signs)};
+  // Four bytes of either lane each.
+  const __m256i quads[4] = {
+      _mm256_unpacklo_epi64(fronts[0], backs[0]), _mm256_unpackhi_epi64(fronts[0], backs[0]),
+      _mm256_unpacklo_epi64(fronts[1], backs[1]), _mm256_unpackhi_epi64(fronts[1], backs[1])};
+  for (uint32_t i = 0; i < 8; ++i, escaped >>= 4) {
+    const __m256i quad = quads[i % 4];
+    const __m128i parts = i < 4 ? _mm256_castsi256_si128(quad) : _mm256_extracti128_si256(quad, 1);
+    const auto* places = reinterpret_cast<const __m128i*>(choices.places[escaped & 15].data());
+    store16(target, _mm_shuffle_epi8(parts, _mm_load_si128(places)));
+    target += choices.lengths[escaped & 15];
+  }
+  return target;
 }
 
 template <class Element>
 VQ_TARGET_AVX2 uint64_t escapeSteps(const char* text, uint64_t byteCount, Element** target,
-                                    int64_t freeElements, bool isInPlace) {
-  // With more of them a look at every single byte is faster. A run is read and written as a whole step: up to
-  // a step behind the present one in the source, and behind what the step's escapes make of it in the target.
-  constexpr int mostEscapes = 10;
-  constexpr auto step = static_cast<int64_t>(stepElements);
-  Element* end = *target;
+                                    const Element* limit, bool isInPlace) {
   uint64_t at = 0;
-  while (byteCount - at >= 2 * stepElements) {
-    uint32_t bits = ~unescapedBits(load32(text + at));
-    const int count = __builtin_popcount(bits);
-    if (count > mostEscapes || freeElements < step + 2 * mostEscapes) break;
-    uint64_t from = 0;
-    for (; bits != 0; bits &= bits - 1) {
-      const auto place = static_cast<uint64_t>(__builtin_ctz(bits));
-      copyRun(end, text + at + from, place - from);
-      end += place - from;
-      putEscape(end, text[at + place]);
-      end += 3;
-      from = place + 1;
+  for (; byteCount - at >= stepElements; at += stepElements) {
+    const __m256i bytes = load32(text + at);
+    const uint32_t escaped = ~unescapedBits(bytes);
+    if (isInPlace) limit += stepElements;
+    if (escaped == 0) {
+      if (limit - *target < static_cast<int64_t>(stepElements)) break;
+      store32(*target, bytes);
+      *target += stepElements;
+      continue;
     }
-    copyRun(end, text + at + from, stepElements - from);
-    end += stepElements - from;
-    at += stepElements;
-    freeElements -= 2 * count + (isInPlace ? 0 : step);
+    const uint64_t mostWritten = stepElements + 2 * static_cast<uint64_t>(__builtin_popcount(escaped)) + 12;
+    if (limit - *target < static_cast<int64_t>(mostWritten)) break;
+    *target = escapeStep(bytes, escaped, *target);
   }
-  *target = end;
   return at;
 }
 
 }  // namespace
 
-VQ_TARGET_AVX2 uint64_t escapeSparse(const char* text, uint64_t byteCount, char** target,
-                                     int64_t freeElements, bool isInPlace) {
-  return escapeSteps(text, byteCount, target, freeElements, isInPlace);
+VQ_TARGET_AVX2 uint64_t escape(const char* text, uint64_t byteCount, char** target, const char* limit,
+                               bool isInPlace) {
+  return escapeSteps(text, byteCount, target, limit, isInPlace);
 }
 
-VQ_TARGET_AVX2 uint64_t escapeSparse(const char* text, uint64_t byteCount, VQChar** target,
-                                     int64_t freeElements, bool isInPlace) {
-  return escapeSteps(text, byteCount, target, freeElements, isInPlace);
+VQ_TARGET_AVX2 uint64_t escape(const char* text, uint64_t byteCount, VQChar** target, const VQChar* limit) {
+  return escapeSteps(text, byteCount, target, limit, false);
 }
 
 VQ_TARGET_AVX2 uint64_t measure(const char* text, uint64_t byteCount, Measure* sum, uint32_t* reached) {
@@ -147,36 +183,77 @@ VQ_TARGET_AVX2 uint64_t measure(const char* text, uint64_t byteCount, Measure* s
   return at;
 }
 
+// ---- Unescaping ----
+
+namespace {
+
+// By a bit for each of eight bytes that stays: those bytes, moved together.
+constexpr auto compressions = [] {
+  std::array<std::array<uint8_t, 8>, 256> places{};
+  for (size_t bits = 0; bits < 256; ++bits) {
+    size_t length = 0;
+    for (uint8_t i = 0; i < 8; ++i) {
+      if ((bits >> i & 1) != 0) places[bits][length++] = i;
+    }
+  }
+  return places;
+}();
+
+// The values of 32 digits, -1 for what is none.
+VQ_TARGET_AVX2 inline __m256i digitValuesFrom(const char* text) {
+  const __m256i bytes = load32(text);
+  const __m256i isLetter = inRange(_mm256_or_si256(bytes, _mm256_set1_epi8(0x20)), 'a', 5);
+  const __m256i isDigit = _mm256_or_si256(inRange(bytes, '0', 9), isLetter);
+  const __m256i value = _mm256_add_epi8(_mm256_and_si256(bytes, _mm256_set1_epi8(0x0F)),
+                                        _mm256_and_si256(isLetter, _mm256_set1_epi8(9)));
+  return _mm256_or_si256(value, _mm256_xor_si256(isDigit, _mm256_set1_epi8(-1)));
+}
+
+VQ_TARGET_AVX2 inline uint32_t equalBits(__m256i bytes, char byte) {
+  return static_cast<uint32_t>(_mm256_movemask_epi8(_mm256_cmpeq_epi8(bytes, _mm256_set1_epi8(byte))));
+}
+
+// Writes the bytes that stay, and up to 8 behind. Answers the end.
+VQ_TARGET_AVX2 inline char* storeKept(__m256i bytes, uint32_t kept, char* target) {
+  for (uint32_t i = 0; i < 4; ++i, kept >>= 8) {
+    const __m128i half = i < 2 ? _mm256_castsi256_si128(bytes) : _mm256_extracti128_si256(bytes, 1);
+    const __m128i eight = i % 2 == 0 ? half : _mm_srli_si128(half, 8);
+    const __m128i places =
+        _mm_loadl_epi64(reinterpret_cast<const __m128i*>(compressions[kept & 0xFF].data()));
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(target), _mm_shuffle_epi8(eight, places));
+    target += __builtin_popcount(kept & 0xFF);
+  }
+  return target;
+}
+
+}  // namespace
+
 VQ_TARGET_AVX2 void unescape(char* text, uint64_t byteCount, uint64_t* at, uint64_t* written) {
   const char* source = text + *at;
   char* target = text + *written;
-  // The digits of the last escape of a step stand in the next one, and runs are copied as whole steps.
-  for (uint64_t left = byteCount - *at; left >= 2 * stepElements;
-       left = byteCount - static_cast<uint64_t>(source - text)) {
-    const __m256i bytes = load32(source);
-    const __m256i special = _mm256_or_si256(_mm256_cmpeq_epi8(bytes, _mm256_set1_epi8('%')),
-                                            _mm256_cmpeq_epi8(bytes, _mm256_set1_epi8('+')));
-    auto bits = static_cast<uint32_t>(_mm256_movemask_epi8(special));
-    // A whole step stored for a part of it must not reach into the source behind; and escapes that stand
-    // closely are faster taken one after the other.
-    if (bits != 0 && source - target < static_cast<int64_t>(stepElements)) break;
-    constexpr int mostEscapes = 7;
-    if (__builtin_popcount(bits) > mostEscapes) break;
-    const char* end = source + stepElements;
-    for (; bits != 0; bits &= bits - 1) {
-      const char* place = end - stepElements + __builtin_ctz(bits);
-      // A '%' in the place of a digit is none.
-      if (place < source) continue;
-      if (place != source) copyRun(target, source, 0);
-      target += place - source;
-      *target++ = *place == '+' ? ' ' : byteOfDigits(place + 1);
-      source = place + (*place == '+' ? 1 : 3);
+  // Two bytes more than a step may be taken.
+  while (static_cast<uint64_t>(text + byteCount - source) >= stepElements + 2) {
+    __m256i bytes = load32(source);
+    const uint32_t signs = equalBits(bytes, '%');
+    const __m256i isPlus = _mm256_cmpeq_epi8(bytes, _mm256_set1_epi8('+'));
+    bytes = _mm256_blendv_epi8(bytes, _mm256_set1_epi8(' '), isPlus);
+    if (signs == 0) {
+      store32(target, bytes);
+      source += stepElements;
+      target += stepElements;
+      continue;
     }
-    if (source < end) {
-      copyRun(target, source, 0);
-      target += end - source;
-      source = end;
-    }
+    // A '%' in the place of a digit is none, which goes from one to the next.
+    const uint32_t taken = signs << 1 | signs << 2;
+    if ((signs & taken) != 0) break;
+    const __m256i high = _mm256_and_si256(_mm256_slli_epi16(digitValuesFrom(source + 1), 4),
+                                          _mm256_set1_epi8(static_cast<char>(0xF0)));
+    const __m256i values = _mm256_add_epi8(high, digitValuesFrom(source + 2));
+    bytes = _mm256_blendv_epi8(bytes, values, _mm256_cmpeq_epi8(bytes, _mm256_set1_epi8('%')));
+    // What is written too much lies in front of what is still to be read.
+    target = storeKept(bytes, ~taken, target);
+    // Digits of the last two places stand behind the step.
+    source += stepElements + (signs >> 30);
   }
   *at = static_cast<uint64_t>(source - text);
   *written = static_cast<uint64_t>(target - text);

@@ -8,6 +8,7 @@
 
 #include "base64_rules.hpp"
 #include "encodings/base64_codec.hpp"
+#include "strings/capacity.hpp"
 #include "support/cpu_levels.hpp"
 #include "support/fault_injector.hpp"
 #include "support/guarded_buffer.hpp"
@@ -52,6 +53,8 @@ class Base64 : public test::HostTest {
     const auto operation = isUrl ? vqStringEncodeBase64URL : vqStringEncodeBase64;
     EXPECT_EQ(operation(service(), bytes.data(), bytes.size(), pool(), &made, pad, wrap), 0u);
     std::u32string text(made->text, static_cast<size_t>(made->length));
+    EXPECT_EQ(made->text[made->length], 0u);
+    EXPECT_EQ(made->capacity, static_cast<int64_t>(vq::capacityFor(text.size())));
     vqStringDestroy(made);
     return text;
   }
@@ -152,7 +155,9 @@ TEST_F(Base64, EncodesEveryLengthOnEveryLevel) {
       ASSERT_EQ(std::string(made->text, made->length), naiveEncoded(bytes, false, true, size % 2)) << size;
       vqU8StringDestroy(made);
       ASSERT_EQ(encode(bytes, true, 0, 1), naiveEncoded(bytes, true, false, true)) << size;
-      ASSERT_EQ(encodeWide(bytes, true, 2, 2), widened(naiveEncoded(bytes, true, false, false))) << size;
+      const uint8_t pad = size / 2 % 2;
+      ASSERT_EQ(encodeWide(bytes, true, pad, 2), widened(naiveEncoded(bytes, true, pad, false))) << size;
+      ASSERT_EQ(encodeWide(bytes, false, pad, 1), widened(naiveEncoded(bytes, false, pad, true))) << size;
     }
     // The line feeds of a long text outgrow the simple sum.
     const Bytes bytes = randomBytes(random, 100'000);
@@ -160,29 +165,111 @@ TEST_F(Base64, EncodesEveryLengthOnEveryLevel) {
   });
 }
 
+// Every count of groups at the edges of a page, and targets at every distance from the boundaries that stores
+// are moved to.
+template <class Element>
+void expectCodecWithinBounds(const Bytes& bytes, test::Edge edge) {
+  using namespace vq::base64;
+  const size_t groups = bytes.size() / 3;
+  const std::string narrow = naiveEncoded(bytes, true, false, false);
+  const std::basic_string<Element> expected(narrow.begin(), narrow.end());
+  const test::GuardedBuffer<uint8_t> source(std::span<const uint8_t>(bytes), edge);
+  const test::GuardedBuffer<Element> text(expected.size(), edge);
+  encodeGroups(urlSafe, source.data(), groups, text.data());
+  ASSERT_TRUE(std::equal(expected.begin(), expected.end(), text.begin())) << groups;
+  const test::GuardedBuffer<uint8_t> back(bytes.size(), edge);
+  ASSERT_EQ(decodeGroups(urlSafe, text.data(), groups, back.data()), groups);
+  ASSERT_TRUE(std::equal(back.begin(), back.end(), bytes.begin())) << groups;
+}
+
 TEST_F(Base64, CodecWritesInsideItsBounds) {
   std::mt19937 random(7);
   test::atEveryLevel([&] {
-    for (size_t groups = 0; groups < 70; ++groups) {
+    for (size_t groups = 0; groups < 120; ++groups) {
       const Bytes bytes = randomBytes(random, 3 * groups);
       for (const test::Edge edge : {test::Edge::behind, test::Edge::before}) {
-        const test::GuardedBuffer<uint8_t> source(std::span<const uint8_t>(bytes), edge);
-        const test::GuardedBuffer<char> text(4 * groups, edge);
-        vq::base64::encodeGroups(vq::base64::urlSafe, source.data(), groups, text.data());
-        const std::string expected = naiveEncoded(bytes, true, false, false);
-        ASSERT_EQ(std::string(text.begin(), text.end()), expected);
-        const test::GuardedBuffer<uint8_t> back(3 * groups, edge);
-        ASSERT_EQ(vq::base64::decodeGroups(vq::base64::urlSafe, text.data(), groups, back.data()), groups);
-        ASSERT_TRUE(std::equal(back.begin(), back.end(), bytes.begin()));
-        const std::u32string wide = widened(expected);
-        const test::GuardedBuffer<char32_t> wideText(std::span<const char32_t>(wide), edge);
-        std::fill(back.begin(), back.end(), uint8_t{0});
-        ASSERT_EQ(vq::base64::decodeGroups(vq::base64::urlSafe, wideText.data(), groups, back.data()),
-                  groups);
-        ASSERT_TRUE(std::equal(back.begin(), back.end(), bytes.begin()));
+        expectCodecWithinBounds<char>(bytes, edge);
+        expectCodecWithinBounds<char32_t>(bytes, edge);
+      }
+      std::string text(4 * groups + 66, '.');
+      const size_t shift = 1 + groups % 65;
+      vq::base64::encodeGroups(vq::base64::standard, bytes.data(), groups, text.data() + shift);
+      ASSERT_EQ(text, std::string(shift, '.') + naiveEncoded(bytes, false, false, false) +
+                          std::string(66 - shift, '.'));
+    }
+  });
+}
+
+template <class Element>
+void expectLinesWithinBounds(const Bytes& bytes, test::Edge edge) {
+  using namespace vq::base64;
+  const size_t lines = bytes.size() / 57;
+  const std::string wrapped = naiveEncoded(bytes, false, false, true);
+  const test::GuardedBuffer<uint8_t> source(std::span<const uint8_t>(bytes), edge);
+  const test::GuardedBuffer<Element> text(wrapped.size(), edge);
+  encodeLines(standard, source.data(), lines, text.data());
+  ASSERT_TRUE(std::equal(wrapped.begin(), wrapped.end(), text.begin())) << lines;
+  // In decoding, the line feed stands in front.
+  std::rotate(text.begin(), text.end() - 1, text.end());
+  const test::GuardedBuffer<uint8_t> back(bytes.size(), edge);
+  ASSERT_EQ(decodeLines(standard, text.data(), lines, back.data()), lines);
+  ASSERT_TRUE(std::equal(back.begin(), back.end(), bytes.begin())) << lines;
+  // Something else in any place ends it with the lines in front.
+  for (size_t place = 0; place < text.size(); place += 7) {
+    const Element before = std::exchange(text[place], static_cast<Element>('!'));
+    ASSERT_EQ(decodeLines(standard, text.data(), lines, back.data()), place / 77) << place;
+    text[place] = before;
+  }
+}
+
+TEST_F(Base64, LinesStayInsideTheirBounds) {
+  std::mt19937 random(76);
+  test::atEveryLevel([&] {
+    for (size_t lines = 1; lines < 6; ++lines) {
+      const Bytes bytes = randomBytes(random, 57 * lines);
+      for (const test::Edge edge : {test::Edge::behind, test::Edge::before}) {
+        expectLinesWithinBounds<char>(bytes, edge);
+        expectLinesWithinBounds<char32_t>(bytes, edge);
       }
     }
   });
+}
+
+// A host that converts otherwise has the whole text to convert.
+struct OddNls : VQNls {
+  explicit OddNls(VQNls* source) : VQNls(*source), real(source) {
+    nlsMeasureConversion = [](VQNls* nls, uint32_t from, const void* text, uint64_t byteCount, uint32_t to,
+                              uint64_t* size) {
+      VQNls* host = static_cast<OddNls*>(nls)->real;
+      const VQStatus status = host->nlsMeasureConversion(host, from, text, byteCount, to, size);
+      *size += 8;
+      return status;
+    };
+    nlsCreateDecoder = [](VQNls* nls, uint32_t from, uint64_t first, uint64_t second) {
+      VQNls* host = static_cast<OddNls*>(nls)->real;
+      return host->nlsCreateDecoder(host, from, first, second);
+    };
+  }
+  VQNls* real;
+};
+
+TEST_F(Base64, AnOddHostConvertsTheWholeText) {
+  const Bytes bytes(300, 0x5A);
+  const std::string narrow = naiveEncoded(bytes, false, true, false);
+  VQStringService odd = *service();
+  OddNls nls(odd.nls);
+  odd.nls = &nls;
+  VQString* made = nullptr;
+  ASSERT_EQ(vqStringEncodeBase64(&odd, bytes.data(), bytes.size(), pool(), &made, 1, 0), 0u);
+  EXPECT_EQ(std::u32string(made->text, static_cast<size_t>(made->length)), widened(narrow));
+  EXPECT_EQ(made->capacity, static_cast<int64_t>(vq::capacityFor(narrow.size() + 2)));
+  vqStringDestroy(made);
+  // Without a conversion the bytes are taken for elements.
+  nls.nlsCanConvert = [](VQNls*, uint32_t, uint32_t, uint64_t) -> uint8_t { return 0; };
+  ASSERT_EQ(vqStringEncodeBase64(&odd, bytes.data(), bytes.size(), pool(), &made, 1, 0), 0u);
+  EXPECT_EQ(std::string(reinterpret_cast<const char*>(made->text), 4 * static_cast<size_t>(made->length)),
+            narrow);
+  vqStringDestroy(made);
 }
 
 // Every byte value in every place of a vector, and wide characters whose low byte would pass.
@@ -217,7 +304,8 @@ TEST_F(Base64, DamagedTextDecodesByTheRules) {
     size_t accepted = 0;
     for (int round = 0; round < 4'000; ++round) {
       const bool isUrl = random() % 2 != 0;
-      std::string text = naiveEncoded(randomBytes(random, random() % 130), isUrl, random() % 2, random() % 2);
+      const size_t size = random() % (round % 4 == 0 ? 400 : 130);
+      std::string text = naiveEncoded(randomBytes(random, size), isUrl, random() % 2, random() % 2);
       for (size_t changes = random() % 4; changes != 0; --changes) {
         const size_t place = text.empty() || random() % 2
                                  ? text.size() - std::min<size_t>(text.size(), random() % 6)

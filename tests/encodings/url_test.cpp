@@ -175,11 +175,14 @@ TEST_F(UrlEscapes, BrokenUtf8IsEscapedWithinTheText) {
                                 "a")),
             "%F0%61");
   std::mt19937 random(5);
-  const std::string some = "aZ. \x80\xBF\xC3\xE2\xF0\xF9\xFD\xFF";
+  const std::string some = "aZ. \x80\xBF\xC3\xE2\xF0\xF9\xFD\xFF", regular = "aZ09. %~-/@[`{\x7F\x80\xBF";
   test::atEveryLevel([&] {
-    for (size_t round = 0; round < 2000; ++round) {
+    for (size_t round = 0; round < 3000; ++round) {
+      const std::string& mixed = round % 2 != 0 ? regular : some;
       std::string text(random() % 60, 'a');
-      for (size_t i = random() % 40; i != 0; --i) text += some[random() % some.size()];
+      for (size_t i = random() % (random() % 2 != 0 ? 40 : 250); i != 0; --i) {
+        text += mixed[random() % mixed.size()];
+      }
       text.append(random() % 40, 'b');
       const std::string expected = naiveEscaped(text);
       const test::GuardedBuffer<char> source{std::span<const char>(text)};
@@ -189,6 +192,15 @@ TEST_F(UrlEscapes, BrokenUtf8IsEscapedWithinTheText) {
         const test::GuardedBuffer<char> target(expected.size(), edge);
         vq::url::escape(source.data(), text.size(), measure.isRegular, target.data(), target.size());
         ASSERT_EQ(std::string(target.begin(), target.end()), expected);
+        // The source may be the end of the target.
+        std::copy(text.begin(), text.end(), target.end() - text.size());
+        vq::url::escape(target.end() - text.size(), text.size(), measure.isRegular, target.data(),
+                        target.size());
+        ASSERT_EQ(std::string(target.begin(), target.end()), expected);
+        if (!measure.isRegular) continue;
+        const test::GuardedBuffer<char32_t> wide(expected.size(), edge);
+        vq::url::escapeToWide(source.data(), text.size(), wide.data(), wide.size());
+        ASSERT_EQ(std::u32string(wide.begin(), wide.end()), widened(expected));
       }
       for (const Form form : forms) ASSERT_EQ(encoded(text, form), expected);
     }
@@ -220,11 +232,16 @@ TEST_F(UrlEscapes, UnescapingTakesWhatItFinds) {
     EXPECT_EQ(take(string), expected) << text;
   }
   std::mt19937 random(11);
-  const std::string some = "%%%+09afAFzG.";
+  const std::string some = "%%%+09afAFzG./:@`\x80\xB4";
   test::atEveryLevel([&] {
-    for (size_t round = 0; round < 4000; ++round) {
+    for (size_t round = 0; round < 8000; ++round) {
       std::string text(random() % 70, 'x');
       for (size_t i = random() % 30; i != 0; --i) text += some[random() % some.size()];
+      // Escapes that stand apart, or close to each other, with good and bad digits.
+      for (size_t i = random() % 50; i != 0; --i) {
+        text += {'%', some[1 + random() % (some.size() - 1)], some[3 + random() % (some.size() - 3)]};
+        text.append(random() % 4 == 0 ? random() % 9 : 0, 'z');
+      }
       text.append(random() % 40, 'y');
       if (random() % 2) text += '%';
       const std::string expected = naiveUnescaped(text);
@@ -233,6 +250,26 @@ TEST_F(UrlEscapes, UnescapingTakesWhatItFinds) {
       ASSERT_EQ(std::string(buffer.data(), length), expected) << text;
     }
   });
+}
+
+// Of a long text the first character alone tells what the host makes of it, unless it is not all ASCII.
+TEST_F(UrlEscapes, LongTextsAreUnescapedWhole) {
+  for (const size_t count : {40u, 60u, 66u, 257u, 5000u}) {
+    std::u32string text(count, U'q');
+    text += U"%C3%A9+";
+    const std::u32string plain = std::u32string(count, U'q') + U"\u00E9 ";
+    for (const Form form : forms) EXPECT_EQ(decoded(text, form), plain);
+    text[count / 2] = U'\u20AC';
+    std::u32string mixed = plain;
+    mixed[count / 2] = U'\u20AC';
+    for (const Form form : forms) EXPECT_EQ(decoded(text, form), mixed);
+    for (const char32_t bad : {0xD800u, 0x110000u, 0x80000041u}) {
+      text[count - 1] = bad;
+      VQString* string = make(text, Form::exact);
+      EXPECT_EQ(vqStringURLDecode(string), VQSTATUS_BAD_SEQUENCE);
+      EXPECT_EQ(take(string), text);
+    }
+  }
 }
 
 TEST_F(UrlEscapes, EmptyTexts) {
@@ -267,22 +304,23 @@ class UrlFaults : public test::FaultTest {};
 
 // A single fault on the short way is made good by the long way.
 TEST_F(UrlFaults, EscapingWideTextTriesAgain) {
-  const std::u32string text = U"ab \u00E9\u20AC~z";
-  EXPECT_EQ(forEveryFault(
-                [&] {
-                  VQString* string = vqStringCreate(service(), faultyPool(), text.data(),
-                                                    static_cast<int64_t>(text.size()), 1);
-                  if (string == nullptr) return VQSTATUS_NO_MEMORY;
-                  const VQStatus status = vqStringURLEncode(string);
-                  EXPECT_EQ(status, 0u);
-                  EXPECT_EQ(std::u32string(string->text), widened(naiveEscaped(utf8Of(text))));
-                  vqStringDestroy(string);
-                  return status;
-                },
-                [](VQStatus status, const test::Fault& fault) {
-                  EXPECT_EQ(status, fault.number == 1 ? VQSTATUS_NO_MEMORY : 0u);
-                }),
-            0u);
+  for (const std::u32string text : {U"ab \u00E9\u20AC~z", U"ab c~z"}) {
+    EXPECT_EQ(forEveryFault(
+                  [&] {
+                    VQString* string = vqStringCreate(service(), faultyPool(), text.data(),
+                                                      static_cast<int64_t>(text.size()), 1);
+                    if (string == nullptr) return VQSTATUS_NO_MEMORY;
+                    const VQStatus status = vqStringURLEncode(string);
+                    EXPECT_EQ(status, 0u);
+                    EXPECT_EQ(std::u32string(string->text), widened(naiveEscaped(utf8Of(text))));
+                    vqStringDestroy(string);
+                    return status;
+                  },
+                  [](VQStatus status, const test::Fault& fault) {
+                    EXPECT_EQ(status, fault.number == 1 ? VQSTATUS_NO_MEMORY : 0u);
+                  }),
+              0u);
+  }
 }
 
 // A pool that has nothing more to give after a number of blocks.
@@ -351,23 +389,26 @@ TEST_F(UrlFaults, EscapingUtf8LeavesTheString) {
 }
 
 TEST_F(UrlFaults, Unescaping) {
-  const std::u32string text = U"a%20b+c%C3%A9";
-  EXPECT_EQ(forEveryFault(
-                [&] {
-                  VQString* string = vqStringCreate(service(), faultyPool(), text.data(),
-                                                    static_cast<int64_t>(text.size()), 1);
-                  if (string == nullptr) return VQSTATUS_NO_MEMORY;
-                  const VQStatus status = vqStringURLDecode(string);
-                  const std::u32string result(string->text, static_cast<size_t>(string->length));
-                  // Only a failed conversion back loses the text.
-                  if (status != test::injectedStatus || !result.empty()) {
-                    EXPECT_EQ(result, status == 0 ? U"a b c\u00E9" : text);
-                  }
-                  vqStringDestroy(string);
-                  return status;
-                },
-                [](VQStatus status, const test::Fault&) { EXPECT_NE(status, 0u); }),
-            0u);
+  for (const size_t count : {1u, 600u}) {
+    const std::u32string front(count, U'a');
+    const std::u32string text = front + U"%20b+c%C3%A9";
+    EXPECT_EQ(forEveryFault(
+                  [&] {
+                    VQString* string = vqStringCreate(service(), faultyPool(), text.data(),
+                                                      static_cast<int64_t>(text.size()), 1);
+                    if (string == nullptr) return VQSTATUS_NO_MEMORY;
+                    const VQStatus status = vqStringURLDecode(string);
+                    const std::u32string result(string->text, static_cast<size_t>(string->length));
+                    // Only a failed conversion back loses the text.
+                    if (status != test::injectedStatus || !result.empty()) {
+                      EXPECT_EQ(result, status == 0 ? front + U" b c\u00E9" : text);
+                    }
+                    vqStringDestroy(string);
+                    return status;
+                  },
+                  [](VQStatus status, const test::Fault&) { EXPECT_NE(status, 0u); }),
+              0u);
+  }
 }
 
 }  // namespace
