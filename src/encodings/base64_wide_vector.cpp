@@ -5,6 +5,7 @@
 
 #include "encodings/base64_codec.hpp"
 #include "encodings/bytes_avx512.hpp"
+#include "text/blocks.hpp"
 
 namespace vq::base64::wide_vector {
 
@@ -50,10 +51,14 @@ struct Encoder {
     // one costs two.
     store(target, step(bytes, stepMask));
     constexpr uint64_t groupSize = 4 * sizeof(Element);
+    const bool isFar = groupCount * groupSize > text::farBytes;
     uint64_t group = vectorGroups - reinterpret_cast<uintptr_t>(target) / groupSize % vectorGroups;
     for (; groupCount - group >= 2 * vectorGroups; group += 2 * vectorGroups) {
       const __m512i first = step(bytes + 3 * group, stepMask);
       const __m512i second = step(bytes + 3 * group + stepBytes, stepMask);
+      if (isFar)
+        text::claimAhead<2 * vectorGroups * groupSize>(reinterpret_cast<const uint8_t*>(target + 4 * group) +
+                                                       text::aheadBytes);
       store(target + 4 * group, first);
       store(target + 4 * group + 4 * vectorGroups, second);
     }
