@@ -45,15 +45,16 @@ inline void moveUpTo64(char* target, const char* source, size_t byteCount) {
   std::memcpy(target + byteCount - 16, &last, 16);
 }
 
-// As moveElements, without a call for up to 64 bytes.
+// What moveShort moves.
+inline constexpr uint64_t shortBytes = 64;
+
+// As moveElements, for a count that is known to make no more than shortBytes.
 template <class Element>
-inline void moveMostlyShort(Element* targetElements, const Element* sourceElements, uint64_t count) {
+inline void moveShort(Element* targetElements, const Element* sourceElements, uint64_t count) {
   auto* target = reinterpret_cast<char*>(targetElements);
   const auto* source = reinterpret_cast<const char*>(sourceElements);
   const size_t byteCount = count * sizeof(Element);
-  if (byteCount > 64) {
-    std::memmove(target, source, byteCount);
-  } else if (byteCount >= 32) {
+  if (byteCount >= 32) [[likely]] {
     moveUpTo64(target, source, byteCount);
   } else if (byteCount >= 16) {
     moveByEnds<Vector16>(target, source, byteCount);
@@ -65,6 +66,16 @@ inline void moveMostlyShort(Element* targetElements, const Element* sourceElemen
     moveByEnds<uint16_t>(target, source, byteCount);
   } else if (byteCount == 1) {
     *target = *source;
+  }
+}
+
+// As moveElements, without a call for a short run.
+template <class Element>
+inline void moveMostlyShort(Element* target, const Element* source, uint64_t count) {
+  if (count > shortBytes / sizeof(Element)) {
+    std::memmove(target, source, count * sizeof(Element));
+  } else {
+    moveShort(target, source, count);
   }
 }
 

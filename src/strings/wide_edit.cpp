@@ -36,7 +36,8 @@ VQStatus vqStringCopyText(VQString* string, const void* text, int64_t length, ui
 }
 
 VQStatus vqStringConcat(VQString* string, const VQString* source) {
-  if (source->length == 0) return 0;
+  if (source->length == 0) [[unlikely]]
+    return 0;
   return appendText<WideKind>(string, source->text, lengthOf<WideKind>(source));
 }
 
