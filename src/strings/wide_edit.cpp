@@ -8,18 +8,25 @@ using namespace vq;
 
 namespace {
 
+template <class Edit>
+[[gnu::noinline]] VQStatus withConvertedText(const VQString* string, const void* text, uint64_t byteCount,
+                                             uint32_t encoding, Edit edit) {
+  const PassedText<VQChar> passed = convertToWide(string->service, string->pool, text, byteCount, encoding);
+  return passed.status == 0 ? edit(passed.text, passed.elementCount) : passed.status;
+}
+
 // Hands the text to `edit` as wide text. A text that the host does not convert goes on as it stands, its
 // bytes read as elements.
 template <class Edit>
 inline VQStatus withWideText(const VQString* string, const void* text, int64_t length, uint32_t encoding,
                              Edit edit) {
   uint64_t byteCount = 0;
-  if (!textByteCount(text, length, encoding, &byteCount)) return VQSTATUS_NO_MEMORY;
-  if (!canConvert(string->service, encoding, ENC_WIDE)) [[likely]] {
-    return edit(static_cast<const VQChar*>(text), byteCount / sizeof(VQChar));
+  if (!textByteCount(text, length, encoding, &byteCount)) [[unlikely]]
+    return VQSTATUS_NO_MEMORY;
+  if (canConvert(string->service, encoding, ENC_WIDE)) [[unlikely]] {
+    return withConvertedText(string, text, byteCount, encoding, edit);
   }
-  const PassedText<VQChar> passed = convertToWide(string->service, string->pool, text, byteCount, encoding);
-  return passed.status == 0 ? edit(passed.text, passed.elementCount) : passed.status;
+  return edit(static_cast<const VQChar*>(text), byteCount / sizeof(VQChar));
 }
 
 }  // namespace
