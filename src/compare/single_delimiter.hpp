@@ -208,7 +208,8 @@ template <Ending ending, class Tokenizer, class Element, class Token>
   const auto start = reinterpret_cast<uintptr_t>(rest.start),
              last = reinterpret_cast<uintptr_t>(rest.end) - bytes;
   const uintptr_t window = std::min(reinterpret_cast<uintptr_t>(trail), last);
-  const uint64_t skipped = (start - window) / sizeof(Element);
+  // Many, if the trail is not that of whole elements here.
+  const uint64_t skipped = std::rotr(start - window, sizeof(Element) == 1 ? 0 : 2);
   // Nothing was handed out yet at the start of a walk.
   if (skipped != 0) [[likely]]
     trail = token->text;
