@@ -115,36 +115,6 @@ struct Pool::ThreadTable {
   }
 };
 
-namespace {
-
-void destroyPool(VQPool* pool) noexcept {
-  delete &Pool::of(pool);
-}
-
-void* allocateIn(VQPool* pool, uint64_t byteCount, uint32_t flags) noexcept {
-  return Pool::of(pool).allocate(byteCount, (flags & VQ_POOL_ZERO_FILL) != 0);
-}
-
-VQStatus freeIn(VQPool* pool, void* block) noexcept {
-  return Pool::of(pool).free(block);
-}
-
-void* reallocateIn(VQPool* pool, void* block, uint64_t byteCount, uint64_t) noexcept {
-  return Pool::of(pool).reallocate(block, byteCount);
-}
-
-}  // namespace
-
-Pool::Pool(Kernel& owner, const char* poolName)
-    : VQPool{destroyPool, allocateIn, freeIn, reallocateIn},
-      kernel(owner),
-      name(poolName != nullptr ? poolName : ""),
-      id_(nextPoolId()),
-      nextSlabBytes_(firstSlabBytes) {
-  const std::lock_guard hold(livePools().mutex);
-  livePools().byId.emplace(id_, this);
-}
-
 Pool::~Pool() {
   {
     // From here on no thread that ends looks at this pool.
@@ -219,8 +189,8 @@ bool Pool::addSlab(ThreadCache& cache, size_t blockBytes) noexcept {
   return true;
 }
 
-// Half of a long list goes where other threads find it.
-void Pool::spill(ThreadCache& cache, size_t sizeClass) noexcept {
+// Half of a long list goes where other threads find it; always 0, the status of the call that it ends.
+VQStatus Pool::spill(ThreadCache& cache, size_t sizeClass) noexcept {
   FreeList& list = cache.lists[sizeClass];
   const std::lock_guard hold(mutex_);
   FreeList& spare = spare_[sizeClass];
@@ -230,6 +200,7 @@ void Pool::spill(ThreadCache& cache, size_t sizeClass) noexcept {
     --list.count;
     ++spare.count;
   }
+  return 0;
 }
 
 // ---- blocks ----
@@ -239,51 +210,78 @@ inline Pool::ThreadCache* Pool::threadCache() noexcept {
   return entry.poolId == id_ ? entry.cache : claimCache();
 }
 
-// A block in use, or null.
-inline Pool::Header* Pool::take(ThreadCache& cache, size_t sizeClass) noexcept {
-  FreeList& list = cache.lists[sizeClass];
-  Header* block = list.first;
-  if (block != nullptr) {
-    list.first = block->next();
-    --list.count;
-  } else {
-    const size_t blockBytes = sizes.bytes[sizeClass] + sizeof(Header);
-    if (static_cast<size_t>(cache.slabEnd - cache.slabAt) >= blockBytes) {
-      block = reinterpret_cast<Header*>(std::exchange(cache.slabAt, cache.slabAt + blockBytes));
-      block->sizeClass = static_cast<uint32_t>(sizeClass);
-    } else {
-      block = refill(cache, sizeClass);
-      if (block == nullptr) return nullptr;
-    }
-  }
+inline void* Pool::putToUse(ThreadCache& cache, Header* block) noexcept {
   block->owner = id_;
   cache.count(1);
-  return block;
+  return block->payload();
 }
 
-inline void Pool::give(ThreadCache& cache, Header* block) noexcept {
+// A block off the thread's list, or null.
+inline void* Pool::takeListed(ThreadCache& cache, size_t sizeClass) noexcept {
+  FreeList& list = cache.lists[sizeClass];
+  Header* block = list.first;
+  if (block == nullptr) return nullptr;
+  list.first = block->next();
+  --list.count;
+  return putToUse(cache, block);
+}
+
+void* Pool::take(ThreadCache& cache, size_t sizeClass) noexcept {
+  if (void* listed = takeListed(cache, sizeClass)) return listed;
+  const size_t blockBytes = sizes.bytes[sizeClass] + sizeof(Header);
+  Header* block = nullptr;
+  if (static_cast<size_t>(cache.slabEnd - cache.slabAt) >= blockBytes) {
+    block = reinterpret_cast<Header*>(std::exchange(cache.slabAt, cache.slabAt + blockBytes));
+    block->sizeClass = static_cast<uint32_t>(sizeClass);
+  } else {
+    block = refill(cache, sizeClass);
+  }
+  return block == nullptr ? nullptr : putToUse(cache, block);
+}
+
+// True when the list has become too long.
+inline bool Pool::give(ThreadCache& cache, Header* block) noexcept {
   const size_t sizeClass = block->sizeClass;
   block->owner = 0;
   FreeList& list = cache.lists[sizeClass];
   block->next() = std::exchange(list.first, block);
   cache.count(-1);
-  if (++list.count > sizes.kept[sizeClass]) [[unlikely]]
-    spill(cache, sizeClass);
+  return ++list.count > sizes.kept[sizeClass];
 }
 
-void* Pool::allocate(uint64_t byteCount, bool isZeroFilled) noexcept {
+// What most calls come to needs no frame: a block off the list of a cache that is at hand. All else is called
+// last.
+inline void* Pool::allocate(uint64_t byteCount, bool isZeroFilled) noexcept {
+  if (!isWatched && byteCount <= largestSmall && !isZeroFilled) [[likely]] {
+    const ThreadTable::Entry& entry = ThreadTable::entryOf(id_);
+    if (entry.poolId == id_) [[likely]] {
+      if (void* block = takeListed(*entry.cache, smallClassOf(byteCount))) [[likely]]
+        return block;
+    }
+  }
+  return allocateAnyhow(byteCount, isZeroFilled);
+}
+
+void* Pool::allocateAnyhow(uint64_t byteCount, bool isZeroFilled) noexcept {
   if (isWatched || byteCount > largestSmall) return allocateLarge(byteCount, isZeroFilled);
   ThreadCache* cache = threadCache();
-  if (cache == nullptr) return nullptr;
-  Header* block = take(*cache, classOf(byteCount));
-  if (block == nullptr) return nullptr;
-  if (isZeroFilled) std::memset(block->payload(), 0, byteCount);
-  return block->payload();
+  void* block = cache == nullptr ? nullptr : take(*cache, smallClassOf(byteCount));
+  return block != nullptr && isZeroFilled ? std::memset(block, 0, byteCount) : block;
 }
 
-VQStatus Pool::free(void* memory) noexcept {
+inline VQStatus Pool::free(void* memory) noexcept {
   if (memory == nullptr) return 0;
   Header* block = Header::of(memory);
+  const ThreadTable::Entry& entry = ThreadTable::entryOf(id_);
+  if (block->owner != id_ || block->sizeClass == largeClass || entry.poolId != id_) [[unlikely]] {
+    return freeAnyhow(block);
+  }
+  if (give(*entry.cache, block)) [[unlikely]]
+    return spill(*entry.cache, block->sizeClass);
+  return 0;
+}
+
+VQStatus Pool::freeAnyhow(Header* block) noexcept {
   if (block->owner != id_) return VQSTATUS_BAD_ARGUMENT;
   if (block->sizeClass == largeClass) {
     freeLarge(block);
@@ -291,8 +289,7 @@ VQStatus Pool::free(void* memory) noexcept {
   }
   ThreadCache* cache = threadCache();
   if (cache == nullptr) return VQSTATUS_NO_MEMORY;
-  give(*cache, block);
-  return 0;
+  return give(*cache, block) ? spill(*cache, block->sizeClass) : 0;
 }
 
 // What a block that grows from `present` bytes is given. Who grows one once mostly does it again and by
@@ -318,15 +315,14 @@ void* Pool::growSmall(Header* block, uint64_t byteCount) noexcept {
   if (cache == nullptr) return nullptr;
   void* grown = nullptr;
   if (preferred <= largestSmall) {
-    Header* larger = take(*cache, classOf(preferred));
-    if (larger != nullptr) grown = larger->payload();
+    grown = take(*cache, smallClassOf(preferred));
   } else {
     grown = takeKeptForGrowth(byteCount, preferred);
     if (grown == nullptr) grown = allocateFresh(preferred, byteCount, false);
   }
   if (grown == nullptr) return nullptr;
   std::memcpy(grown, block->payload(), present);
-  give(*cache, block);
+  if (give(*cache, block)) spill(*cache, block->sizeClass);
   return grown;
 }
 
@@ -459,6 +455,38 @@ void* Pool::reallocateLarge(Header* header, uint64_t byteCount) noexcept {
   auto* block = static_cast<LargeBlock*>(moved);
   block->byteCount = taken;
   return putToUse(block, byteCount);
+}
+
+// ---- pools ----
+
+namespace {
+
+void destroyPool(VQPool* pool) noexcept {
+  delete &Pool::of(pool);
+}
+
+void* allocateIn(VQPool* pool, uint64_t byteCount, uint32_t flags) noexcept {
+  return Pool::of(pool).allocate(byteCount, (flags & VQ_POOL_ZERO_FILL) != 0);
+}
+
+VQStatus freeIn(VQPool* pool, void* block) noexcept {
+  return Pool::of(pool).free(block);
+}
+
+void* reallocateIn(VQPool* pool, void* block, uint64_t byteCount, uint64_t) noexcept {
+  return Pool::of(pool).reallocate(block, byteCount);
+}
+
+}  // namespace
+
+Pool::Pool(Kernel& owner, const char* poolName)
+    : VQPool{destroyPool, allocateIn, freeIn, reallocateIn},
+      kernel(owner),
+      name(poolName != nullptr ? poolName : ""),
+      id_(nextPoolId()),
+      nextSlabBytes_(firstSlabBytes) {
+  const std::lock_guard hold(livePools().mutex);
+  livePools().byId.emplace(id_, this);
 }
 
 uint64_t Pool::liveBlocks() const {

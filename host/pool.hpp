@@ -46,17 +46,21 @@ struct Pool : VQPool {
 
   ThreadCache* threadCache() noexcept;
   ThreadCache* claimCache() noexcept;
-  Header* take(ThreadCache& cache, size_t sizeClass) noexcept;
-  void give(ThreadCache& cache, Header* block) noexcept;
+  void* putToUse(ThreadCache& cache, Header* block) noexcept;
+  void* takeListed(ThreadCache& cache, size_t sizeClass) noexcept;
+  void* take(ThreadCache& cache, size_t sizeClass) noexcept;
+  bool give(ThreadCache& cache, Header* block) noexcept;
+  [[gnu::noinline]] void* allocateAnyhow(uint64_t byteCount, bool isZeroFilled) noexcept;
+  [[gnu::noinline]] VQStatus freeAnyhow(Header* block) noexcept;
   void retireCache(ThreadCache& cache) noexcept;
   Header* refill(ThreadCache& cache, size_t sizeClass) noexcept;
   bool addSlab(ThreadCache& cache, size_t blockBytes) noexcept;
-  void spill(ThreadCache& cache, size_t sizeClass) noexcept;
+  [[gnu::noinline]] VQStatus spill(ThreadCache& cache, size_t sizeClass) noexcept;
 
-  void* allocateLarge(uint64_t byteCount, bool isZeroFilled) noexcept;
+  [[gnu::noinline]] void* allocateLarge(uint64_t byteCount, bool isZeroFilled) noexcept;
   void freeLarge(Header* header) noexcept;
   void* reallocateLarge(Header* header, uint64_t byteCount) noexcept;
-  void* growSmall(Header* block, uint64_t byteCount) noexcept;
+  [[gnu::noinline]] void* growSmall(Header* block, uint64_t byteCount) noexcept;
   void* takeKeptForGrowth(uint64_t byteCount, uint64_t preferred) noexcept;
   void* allocateFresh(uint64_t byteCount, uint64_t asked, bool isZeroFilled) noexcept;
   void chain(LargeBlock& block) noexcept;
