@@ -293,11 +293,13 @@ VQStatus Pool::freeAnyhow(Header* block) noexcept {
 }
 
 // What a block that grows from `present` bytes is given. Who grows one once mostly does it again and by
-// little: twice the old size makes many growths few moves (appending up to a mebi of elements takes a third
-// of the time of exact growth), and pages that nobody touches cost nothing. A watched block gets what was
-// asked, or the sanitizer would not see an access behind it.
+// little: a multiple of the old size makes many growths few moves (appending up to a mebi of elements takes a
+// third of the time of exact growth), and pages that nobody touches cost nothing. Below a page a move costs
+// more than the room. A watched block gets what was asked, or the sanitizer would not see an access behind
+// it.
 static uint64_t withSlack(uint64_t byteCount, uint64_t present) {
-  return isWatched ? byteCount : std::max(byteCount, present * 2);
+  constexpr uint64_t page = 4096;
+  return isWatched ? byteCount : std::max(byteCount, present * (present <= page ? 4 : 2));
 }
 
 void* Pool::reallocate(void* memory, uint64_t byteCount) noexcept {
