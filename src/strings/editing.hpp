@@ -140,7 +140,7 @@ template <class Kind>
   auto* block = static_cast<Element*>(string->pool->poolRealloc(string->pool, string->text, byteCount, 0));
   if (block == nullptr) return VQSTATUS_NO_MEMORY;
   if (isOwnText) source = reinterpret_cast<Element*>(reinterpret_cast<char*>(block) + offset);
-  copyElements(block + oldLength, source, count);
+  moveMostlyShort(block + oldLength, source, count);
   setText<Kind>(string, block, oldLength, capacity, true);
   endText<Kind>(string, length);
   return 0;
