@@ -6,9 +6,9 @@
 // in it the delimiter stands; comparing one element after the other is faster only while the processor
 // guesses the ends of the tokens, and takes twice the time where it does not.
 //
-// Where the tokens are short, the block is loaded from where the token before this one began, which its
-// record still says: so the comparison of one step runs while the step before it looks for its end, and what
-// remains of the chain is the place in the block.
+// Where tokens are short, the block is loaded from where the token before the last one began, which the
+// thread remembers: so the comparison for one token runs while the two before it are still being looked for,
+// and what remains of the chain is the place in the block.
 #pragma once
 
 #include <immintrin.h>
@@ -147,7 +147,8 @@ template <Ending ending, class Tokenizer, class Element, class Token>
 }
 
 // Where the token before the one that a token record holds began, if this thread walks one source with one
-// record. It only says where to look first: the trail of another walk is seen to be one.
+// record. It only says where to look first: the trail of another walk is seen to be one. A word is small
+// enough for the room that the dynamic linker keeps for libraries that are loaded late.
 inline thread_local constinit const void* trail __attribute__((tls_model("initial-exec"))) = nullptr;
 
 // The rare ends of a search from the trail, called last, as nextSearched is: nothing found where the trail
