@@ -3,6 +3,11 @@
 //
 // A text that is walked again and again lets the processor learn where its tokens end. In the rows "fresh"
 // each walk takes another of many texts, as a program does that reads records.
+//
+// Where it has learned them, the peer's loop runs ahead of its own comparisons and takes 9 cycles a token.
+// Ours takes 12 wherever the tokens end: to store the position and load it again in the next call, and to
+// find the place in the mask. A walk of 200 bytes pays some 15 ns more for the guess that goes wrong at its
+// end.
 #include <benchmark/benchmark.h>
 
 #include <cstring>

@@ -26,7 +26,8 @@ struct alignas(16) Pool::LargeBlock {
   LargeBlock* previous;
   LargeBlock* next;
   uint64_t byteCount;
-  uint64_t reserved;
+  // What the caller wants of it.
+  uint64_t asked;
   Header header;
 
   static LargeBlock* of(Header* header) {
@@ -114,36 +115,6 @@ struct Pool::ThreadTable {
   }
 };
 
-namespace {
-
-void destroyPool(VQPool* pool) noexcept {
-  delete &Pool::of(pool);
-}
-
-void* allocateIn(VQPool* pool, uint64_t byteCount, uint32_t flags) noexcept {
-  return Pool::of(pool).allocate(byteCount, (flags & VQ_POOL_ZERO_FILL) != 0);
-}
-
-VQStatus freeIn(VQPool* pool, void* block) noexcept {
-  return Pool::of(pool).free(block);
-}
-
-void* reallocateIn(VQPool* pool, void* block, uint64_t byteCount, uint64_t) noexcept {
-  return Pool::of(pool).reallocate(block, byteCount);
-}
-
-}  // namespace
-
-Pool::Pool(Kernel& owner, const char* poolName)
-    : VQPool{destroyPool, allocateIn, freeIn, reallocateIn},
-      kernel(owner),
-      name(poolName != nullptr ? poolName : ""),
-      id_(nextPoolId()),
-      nextSlabBytes_(firstSlabBytes) {
-  const std::lock_guard hold(livePools().mutex);
-  livePools().byId.emplace(id_, this);
-}
-
 Pool::~Pool() {
   {
     // From here on no thread that ends looks at this pool.
@@ -151,6 +122,7 @@ Pool::~Pool() {
     livePools().byId.erase(id_);
   }
   while (large_ != nullptr) std::free(std::exchange(large_, large_->next));
+  while (kept_.count != 0) std::free(kept_.removeAt(0));
   while (slabs_ != nullptr) std::free(std::exchange(slabs_, slabs_->next));
   while (caches_ != nullptr) delete std::exchange(caches_, caches_->next);
   const std::lock_guard hold(kernel.poolsMutex);
@@ -217,8 +189,8 @@ bool Pool::addSlab(ThreadCache& cache, size_t blockBytes) noexcept {
   return true;
 }
 
-// Half of a long list goes where other threads find it.
-void Pool::spill(ThreadCache& cache, size_t sizeClass) noexcept {
+// Half of a long list goes where other threads find it; always 0, the status of the call that it ends.
+VQStatus Pool::spill(ThreadCache& cache, size_t sizeClass) noexcept {
   FreeList& list = cache.lists[sizeClass];
   const std::lock_guard hold(mutex_);
   FreeList& spare = spare_[sizeClass];
@@ -228,62 +200,106 @@ void Pool::spill(ThreadCache& cache, size_t sizeClass) noexcept {
     --list.count;
     ++spare.count;
   }
+  return 0;
 }
 
 // ---- blocks ----
 
-void* Pool::allocate(uint64_t byteCount, bool isZeroFilled) noexcept {
-  if (isWatched || byteCount > largestSmall) return allocateLarge(byteCount, isZeroFilled);
+inline Pool::ThreadCache* Pool::threadCache() noexcept {
   ThreadTable::Entry& entry = ThreadTable::entryOf(id_);
-  ThreadCache* cache = entry.poolId == id_ ? entry.cache : claimCache();
-  if (cache == nullptr) return nullptr;
-  const size_t sizeClass = classOf(byteCount);
-  FreeList& list = cache->lists[sizeClass];
-  Header* block = list.first;
-  if (block != nullptr) {
-    list.first = block->next();
-    --list.count;
-  } else {
-    const size_t blockBytes = sizes.bytes[sizeClass] + sizeof(Header);
-    if (static_cast<size_t>(cache->slabEnd - cache->slabAt) >= blockBytes) {
-      block = reinterpret_cast<Header*>(std::exchange(cache->slabAt, cache->slabAt + blockBytes));
-      block->sizeClass = static_cast<uint32_t>(sizeClass);
-    } else {
-      block = refill(*cache, sizeClass);
-      if (block == nullptr) return nullptr;
-    }
-  }
+  return entry.poolId == id_ ? entry.cache : claimCache();
+}
+
+inline void* Pool::putToUse(ThreadCache& cache, Header* block) noexcept {
   block->owner = id_;
-  cache->count(1);
-  if (isZeroFilled) std::memset(block->payload(), 0, byteCount);
+  cache.count(1);
   return block->payload();
 }
 
-VQStatus Pool::free(void* memory) noexcept {
+// A block off the thread's list, or null.
+inline void* Pool::takeListed(ThreadCache& cache, size_t sizeClass) noexcept {
+  FreeList& list = cache.lists[sizeClass];
+  Header* block = list.first;
+  if (block == nullptr) return nullptr;
+  list.first = block->next();
+  --list.count;
+  return putToUse(cache, block);
+}
+
+void* Pool::take(ThreadCache& cache, size_t sizeClass) noexcept {
+  if (void* listed = takeListed(cache, sizeClass)) return listed;
+  const size_t blockBytes = sizes.bytes[sizeClass] + sizeof(Header);
+  Header* block = nullptr;
+  if (static_cast<size_t>(cache.slabEnd - cache.slabAt) >= blockBytes) {
+    block = reinterpret_cast<Header*>(std::exchange(cache.slabAt, cache.slabAt + blockBytes));
+    block->sizeClass = static_cast<uint32_t>(sizeClass);
+  } else {
+    block = refill(cache, sizeClass);
+  }
+  return block == nullptr ? nullptr : putToUse(cache, block);
+}
+
+// True when the list has become too long.
+inline bool Pool::give(ThreadCache& cache, Header* block) noexcept {
+  const size_t sizeClass = block->sizeClass;
+  block->owner = 0;
+  FreeList& list = cache.lists[sizeClass];
+  block->next() = std::exchange(list.first, block);
+  cache.count(-1);
+  return ++list.count > sizes.kept[sizeClass];
+}
+
+// What most calls come to needs no frame: a block off the list of a cache that is at hand. All else is called
+// last.
+inline void* Pool::allocate(uint64_t byteCount, bool isZeroFilled) noexcept {
+  if (!isWatched && byteCount <= largestSmall && !isZeroFilled) [[likely]] {
+    const ThreadTable::Entry& entry = ThreadTable::entryOf(id_);
+    if (entry.poolId == id_) [[likely]] {
+      if (void* block = takeListed(*entry.cache, smallClassOf(byteCount))) [[likely]]
+        return block;
+    }
+  }
+  return allocateAnyhow(byteCount, isZeroFilled);
+}
+
+void* Pool::allocateAnyhow(uint64_t byteCount, bool isZeroFilled) noexcept {
+  if (isWatched || byteCount > largestSmall) return allocateLarge(byteCount, isZeroFilled);
+  ThreadCache* cache = threadCache();
+  void* block = cache == nullptr ? nullptr : take(*cache, smallClassOf(byteCount));
+  return block != nullptr && isZeroFilled ? std::memset(block, 0, byteCount) : block;
+}
+
+inline VQStatus Pool::free(void* memory) noexcept {
   if (memory == nullptr) return 0;
   Header* block = Header::of(memory);
+  const ThreadTable::Entry& entry = ThreadTable::entryOf(id_);
+  if (block->owner != id_ || block->sizeClass == largeClass || entry.poolId != id_) [[unlikely]] {
+    return freeAnyhow(block);
+  }
+  if (give(*entry.cache, block)) [[unlikely]]
+    return spill(*entry.cache, block->sizeClass);
+  return 0;
+}
+
+VQStatus Pool::freeAnyhow(Header* block) noexcept {
   if (block->owner != id_) return VQSTATUS_BAD_ARGUMENT;
   if (block->sizeClass == largeClass) {
     freeLarge(block);
     return 0;
   }
-  ThreadTable::Entry& entry = ThreadTable::entryOf(id_);
-  ThreadCache* cache = entry.poolId == id_ ? entry.cache : claimCache();
+  ThreadCache* cache = threadCache();
   if (cache == nullptr) return VQSTATUS_NO_MEMORY;
-  block->owner = 0;
-  FreeList& list = cache->lists[block->sizeClass];
-  block->next() = std::exchange(list.first, block);
-  cache->count(-1);
-  if (++list.count > sizes.kept[block->sizeClass]) spill(*cache, block->sizeClass);
-  return 0;
+  return give(*cache, block) ? spill(*cache, block->sizeClass) : 0;
 }
 
 // What a block that grows from `present` bytes is given. Who grows one once mostly does it again and by
-// little: twice the old size makes many growths few moves (appending up to a mebi of elements takes a third
-// of the time of exact growth), and pages that nobody touches cost nothing. A watched block gets what was
-// asked, or the sanitizer would not see an access behind it.
+// little: a multiple of the old size makes many growths few moves (appending up to a mebi of elements takes a
+// third of the time of exact growth), and pages that nobody touches cost nothing. Below a page a move costs
+// more than the room. A watched block gets what was asked, or the sanitizer would not see an access behind
+// it.
 static uint64_t withSlack(uint64_t byteCount, uint64_t present) {
-  return isWatched ? byteCount : std::max(byteCount, present * 2);
+  constexpr uint64_t page = 4096;
+  return isWatched ? byteCount : std::max(byteCount, present * (present <= page ? 4 : 2));
 }
 
 void* Pool::reallocate(void* memory, uint64_t byteCount) noexcept {
@@ -291,64 +307,188 @@ void* Pool::reallocate(void* memory, uint64_t byteCount) noexcept {
   Header* block = Header::of(memory);
   if (block->owner != id_) return nullptr;
   if (block->sizeClass == largeClass) return reallocateLarge(block, byteCount);
+  return byteCount <= sizes.bytes[block->sizeClass] ? memory : growSmall(block, byteCount);
+}
+
+void* Pool::growSmall(Header* block, uint64_t byteCount) noexcept {
   const size_t present = sizes.bytes[block->sizeClass];
-  if (byteCount <= present) return memory;
-  void* grown = allocate(withSlack(byteCount, present), false);
+  const uint64_t preferred = withSlack(byteCount, present);
+  ThreadCache* cache = threadCache();
+  if (cache == nullptr) return nullptr;
+  void* grown = nullptr;
+  if (preferred <= largestSmall) {
+    grown = take(*cache, smallClassOf(preferred));
+  } else {
+    grown = takeKeptForGrowth(byteCount, preferred);
+    if (grown == nullptr) grown = allocateFresh(preferred, byteCount, false);
+  }
   if (grown == nullptr) return nullptr;
-  std::memcpy(grown, memory, present);
-  free(memory);
+  std::memcpy(grown, block->payload(), present);
+  if (give(*cache, block)) spill(*cache, block->sizeClass);
   return grown;
 }
 
 // ---- large blocks ----
 
+Pool::LargeBlock* Pool::KeptBlocks::take(uint64_t lowest, uint64_t highest, Preferred preferred) noexcept {
+  size_t best = count;
+  for (size_t i = 0; i < count; ++i) {
+    const uint64_t bytes = blocks[i]->byteCount;
+    if (bytes < lowest || bytes > highest) continue;
+    if (best == count || (bytes > blocks[best]->byteCount) == (preferred == Preferred::largest)) best = i;
+  }
+  return best == count ? nullptr : removeAt(best);
+}
+
+bool Pool::KeptBlocks::add(LargeBlock* block) noexcept {
+  if (count == places || block->byteCount > byteLimit - byteCount) return false;
+  blocks[count++] = block;
+  byteCount += block->byteCount;
+  return true;
+}
+
+Pool::LargeBlock* Pool::KeptBlocks::removeAt(size_t index) noexcept {
+  LargeBlock* const block = blocks[index];
+  std::copy(blocks.begin() + index + 1, blocks.begin() + count, blocks.begin() + index);
+  --count;
+  byteCount -= block->byteCount;
+  return block;
+}
+
+// Behind the mutex, as the next two.
+void* Pool::putToUse(LargeBlock* block, uint64_t asked) noexcept {
+  block->asked = asked;
+  block->header.sizeClass = largeClass;
+  block->header.owner = id_;
+  chain(*block);
+  return block->header.payload();
+}
+
+void Pool::chain(LargeBlock& block) noexcept {
+  block.previous = nullptr;
+  block.next = large_;
+  if (large_ != nullptr) large_->previous = &block;
+  large_ = &block;
+  ++largeCount_;
+}
+
+void Pool::unchain(LargeBlock& block) noexcept {
+  (block.previous != nullptr ? block.previous->next : large_) = block.next;
+  if (block.next != nullptr) block.next->previous = block.previous;
+  --largeCount_;
+}
+
 void* Pool::allocateLarge(uint64_t byteCount, bool isZeroFilled) noexcept {
+  if (byteCount <= KeptBlocks::largest) {
+    std::unique_lock hold(mutex_);
+    if (LargeBlock* kept = kept_.take(byteCount, 2 * byteCount, KeptBlocks::Preferred::smallest)) {
+      void* payload = putToUse(kept, byteCount);
+      hold.unlock();
+      return isZeroFilled ? std::memset(payload, 0, byteCount) : payload;
+    }
+  }
+  return allocateFresh(byteCount, byteCount, isZeroFilled);
+}
+
+void* Pool::allocateFresh(uint64_t byteCount, uint64_t asked, bool isZeroFilled) noexcept {
   if (byteCount > UINT64_MAX / 2) return nullptr;
   const size_t whole = byteCount + sizeof(LargeBlock);
   auto* block = static_cast<LargeBlock*>(isZeroFilled ? std::calloc(1, whole) : std::malloc(whole));
   if (block == nullptr) return nullptr;
   block->byteCount = byteCount;
-  block->header.sizeClass = largeClass;
-  block->header.owner = id_;
   const std::lock_guard hold(mutex_);
-  block->previous = nullptr;
-  block->next = large_;
-  if (large_ != nullptr) large_->previous = block;
-  large_ = block;
-  ++largeCount_;
-  return block->header.payload();
+  return putToUse(block, asked);
 }
 
+// What grows gets the largest kept block within reason: the pool has its pages anyway, and the next growths
+// then move nothing.
+void* Pool::takeKeptForGrowth(uint64_t byteCount, uint64_t preferred) noexcept {
+  constexpr uint64_t reason = 8;
+  if (preferred > KeptBlocks::largest) return nullptr;
+  const std::lock_guard hold(mutex_);
+  LargeBlock* kept = kept_.take(preferred, reason * preferred, KeptBlocks::Preferred::largest);
+  return kept == nullptr ? nullptr : putToUse(kept, byteCount);
+}
+
+// The block joins those that are kept, in the place of the oldest ones if need be.
 void Pool::freeLarge(Header* header) noexcept {
   LargeBlock* block = LargeBlock::of(header);
   header->owner = 0;
-  {
-    const std::lock_guard hold(mutex_);
-    (block->previous != nullptr ? block->previous->next : large_) = block->next;
-    if (block->next != nullptr) block->next->previous = block->previous;
-    --largeCount_;
+  const bool isKept = !isWatched && block->byteCount <= KeptBlocks::largest;
+  std::unique_lock hold(mutex_);
+  unchain(*block);
+  while (isKept && !kept_.add(block)) {
+    LargeBlock* oldest = kept_.removeAt(0);
+    hold.unlock();
+    std::free(oldest);
+    hold.lock();
   }
-  std::free(block);
+  hold.unlock();
+  if (!isKept) std::free(block);
 }
 
 void* Pool::reallocateLarge(Header* header, uint64_t byteCount) noexcept {
   if (byteCount > UINT64_MAX / 2) return nullptr;
   LargeBlock* old = LargeBlock::of(header);
   const uint64_t present = old->byteCount;
-  if (!isWatched && byteCount <= present && byteCount > present / 2) return header->payload();
-  uint64_t taken = byteCount > present ? withSlack(byteCount, present) : byteCount;
+  uint64_t taken = byteCount;
+  if (byteCount > present) {
+    taken = withSlack(byteCount, present);
+    if (void* kept = takeKeptForGrowth(byteCount, taken)) {
+      std::memcpy(kept, header->payload(), present);
+      freeLarge(header);
+      return kept;
+    }
+  } else if (!isWatched && byteCount > old->asked / 2) {
+    old->asked = std::max(old->asked, byteCount);
+    return header->payload();
+  }
   const std::lock_guard hold(mutex_);
+  unchain(*old);
   void* moved = std::realloc(old, taken + sizeof(LargeBlock));
   if (moved == nullptr && taken != byteCount) {
     taken = byteCount;
     moved = std::realloc(old, taken + sizeof(LargeBlock));
   }
-  if (moved == nullptr) return nullptr;
+  if (moved == nullptr) {
+    chain(*old);
+    return nullptr;
+  }
   auto* block = static_cast<LargeBlock*>(moved);
   block->byteCount = taken;
-  (block->previous != nullptr ? block->previous->next : large_) = block;
-  if (block->next != nullptr) block->next->previous = block;
-  return block->header.payload();
+  return putToUse(block, byteCount);
+}
+
+// ---- pools ----
+
+namespace {
+
+void destroyPool(VQPool* pool) noexcept {
+  delete &Pool::of(pool);
+}
+
+void* allocateIn(VQPool* pool, uint64_t byteCount, uint32_t flags) noexcept {
+  return Pool::of(pool).allocate(byteCount, (flags & VQ_POOL_ZERO_FILL) != 0);
+}
+
+VQStatus freeIn(VQPool* pool, void* block) noexcept {
+  return Pool::of(pool).free(block);
+}
+
+void* reallocateIn(VQPool* pool, void* block, uint64_t byteCount, uint64_t) noexcept {
+  return Pool::of(pool).reallocate(block, byteCount);
+}
+
+}  // namespace
+
+Pool::Pool(Kernel& owner, const char* poolName)
+    : VQPool{destroyPool, allocateIn, freeIn, reallocateIn},
+      kernel(owner),
+      name(poolName != nullptr ? poolName : ""),
+      id_(nextPoolId()),
+      nextSlabBytes_(firstSlabBytes) {
+  const std::lock_guard hold(livePools().mutex);
+  livePools().byId.emplace(id_, this);
 }
 
 uint64_t Pool::liveBlocks() const {

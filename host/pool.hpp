@@ -7,9 +7,9 @@
 //
 // So small blocks are carved from slabs of the pool and go through free lists by size class, one set of lists
 // a thread and pool, without a lock or an atomic operation. Lists that grow too long hand half of their
-// blocks to the pool, where other threads find them. Large blocks are malloc's and chained. A header of 16
-// bytes before every block tells its class and guards against a block that is given back twice or to another
-// pool.
+// blocks to the pool, where other threads find them. Large blocks are malloc's and chained; some of those
+// given back are kept, since fresh pages cost more than all that is done with them. A header of 16 bytes
+// before every block tells its class and guards against a block that is given back twice or to another pool.
 #pragma once
 
 #include <array>
@@ -44,15 +44,28 @@ struct Pool : VQPool {
  private:
   friend struct ThreadTable;
 
+  ThreadCache* threadCache() noexcept;
   ThreadCache* claimCache() noexcept;
+  void* putToUse(ThreadCache& cache, Header* block) noexcept;
+  void* takeListed(ThreadCache& cache, size_t sizeClass) noexcept;
+  void* take(ThreadCache& cache, size_t sizeClass) noexcept;
+  bool give(ThreadCache& cache, Header* block) noexcept;
+  [[gnu::noinline]] void* allocateAnyhow(uint64_t byteCount, bool isZeroFilled) noexcept;
+  [[gnu::noinline]] VQStatus freeAnyhow(Header* block) noexcept;
   void retireCache(ThreadCache& cache) noexcept;
   Header* refill(ThreadCache& cache, size_t sizeClass) noexcept;
   bool addSlab(ThreadCache& cache, size_t blockBytes) noexcept;
-  void spill(ThreadCache& cache, size_t sizeClass) noexcept;
+  [[gnu::noinline]] VQStatus spill(ThreadCache& cache, size_t sizeClass) noexcept;
 
-  void* allocateLarge(uint64_t byteCount, bool isZeroFilled) noexcept;
+  [[gnu::noinline]] void* allocateLarge(uint64_t byteCount, bool isZeroFilled) noexcept;
   void freeLarge(Header* header) noexcept;
   void* reallocateLarge(Header* header, uint64_t byteCount) noexcept;
+  [[gnu::noinline]] void* growSmall(Header* block, uint64_t byteCount) noexcept;
+  void* takeKeptForGrowth(uint64_t byteCount, uint64_t preferred) noexcept;
+  void* allocateFresh(uint64_t byteCount, uint64_t asked, bool isZeroFilled) noexcept;
+  void chain(LargeBlock& block) noexcept;
+  void unchain(LargeBlock& block) noexcept;
+  void* putToUse(LargeBlock* block, uint64_t asked) noexcept;
 
   struct Slab {
     Slab* next;
@@ -61,6 +74,23 @@ struct Pool : VQPool {
   struct FreeList {
     Header* first = nullptr;
     size_t count = 0;
+  };
+  // Large blocks that wait for their next use, the oldest first.
+  struct KeptBlocks {
+    enum class Preferred { smallest, largest };
+    static constexpr size_t places = 16;
+    static constexpr uint64_t byteLimit = 16 * 1024 * 1024;
+    static constexpr uint64_t largest = byteLimit / 2;
+
+    // One of at least `lowest` and at most `highest` bytes, or null.
+    LargeBlock* take(uint64_t lowest, uint64_t highest, Preferred preferred) noexcept;
+    // False when there is no room.
+    bool add(LargeBlock* block) noexcept;
+    LargeBlock* removeAt(size_t index) noexcept;
+
+    std::array<LargeBlock*, places> blocks{};
+    size_t count = 0;
+    uint64_t byteCount = 0;
   };
 
   // Never used again for another pool.
@@ -72,6 +102,7 @@ struct Pool : VQPool {
   size_t nextSlabBytes_;
   LargeBlock* large_ = nullptr;
   uint64_t largeCount_ = 0;
+  KeptBlocks kept_;
   std::array<FreeList, classCount> spare_{};
 };
 

@@ -42,7 +42,10 @@ constexpr bool classesFit() {
 struct SizeTable {
   std::array<uint32_t, classCount> bytes{};
   std::array<uint32_t, classCount> kept{};
+  // By size in steps of 16 bytes, rounded up.
+  std::array<uint8_t, largestSmall / 16 + 1> classes{};
   constexpr SizeTable() {
+    for (size_t i = 0; i < classes.size(); ++i) classes[i] = static_cast<uint8_t>(classOf(i * 16));
     for (size_t i = 0; i < classCount; ++i) {
       bytes[i] = static_cast<uint32_t>(bytesOf(i));
       kept[i] = static_cast<uint32_t>(std::max(keptBytes / bytesOf(i), keptBlocks));
@@ -50,6 +53,10 @@ struct SizeTable {
   }
 };
 constexpr SizeTable sizes;
+// classOf by one look-up.
+inline size_t smallClassOf(size_t byteCount) {
+  return sizes.classes[(byteCount + 15) / 16];
+}
 static_assert(bytesOf(classOf(largestSmall)) == largestSmall);
 static_assert(classesFit());
 

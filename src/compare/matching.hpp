@@ -5,8 +5,7 @@
 // elements the same. The exceptions for empty texts and empty strings belong to the single operations.
 #pragma once
 
-#include <cstring>
-
+#include "compare/same_bytes.hpp"
 #include "strings/conversion_pass.hpp"
 #include "strings/kinds.hpp"
 #include "vqstring/text.h"
@@ -15,47 +14,11 @@ namespace vq::matching {
 
 enum class Anchor { whole, start, end };
 
-template <class Block>
-[[gnu::always_inline]] inline Block differenceAt(const char* first, const char* second, uint64_t offset) {
-  Block a, b;
-  std::memcpy(&a, first + offset, sizeof a);
-  std::memcpy(&b, second + offset, sizeof b);
-  return a ^ b;
-}
-
-// Up to 64 bytes in a few blocks that overlap: most texts are so short that calling memcmp costs as much as
-// the comparison.
-inline bool sameShortBytes(const char* first, const char* second, uint64_t byteCount) {
-  using Vector = uint64_t __attribute__((vector_size(16)));
-  if (byteCount >= sizeof(Vector)) {
-    const uint64_t last = byteCount - sizeof(Vector);
-    const uint64_t step = last < sizeof(Vector) ? last : sizeof(Vector);
-    const Vector difference =
-        differenceAt<Vector>(first, second, 0) | differenceAt<Vector>(first, second, step) |
-        differenceAt<Vector>(first, second, last - step) | differenceAt<Vector>(first, second, last);
-    return (difference[0] | difference[1]) == 0;
-  }
-  if (byteCount >= 8) {
-    return (differenceAt<uint64_t>(first, second, 0) |
-            differenceAt<uint64_t>(first, second, byteCount - 8)) == 0;
-  }
-  if (byteCount >= 4) {
-    return (differenceAt<uint32_t>(first, second, 0) |
-            differenceAt<uint32_t>(first, second, byteCount - 4)) == 0;
-  }
-  uint64_t at = 0;
-  while (at < byteCount && first[at] == second[at]) ++at;
-  return at == byteCount;
-}
-
 // Exactly the same elements. A text without elements may be null.
 struct Exact {
   template <class Element>
   static bool same(const Element* first, const Element* second, uint64_t count) {
-    const uint64_t byteCount = count * sizeof(Element);
-    return byteCount <= 64 ? sameShortBytes(reinterpret_cast<const char*>(first),
-                                            reinterpret_cast<const char*>(second), byteCount)
-                           : std::memcmp(first, second, byteCount) == 0;
+    return sameBytes(first, second, count * sizeof(Element));
   }
 };
 

@@ -19,6 +19,7 @@ bool isAsciiByte(const char* delimiters, uint64_t byteCount) {
 }  // namespace
 
 void vqStringTokenizeStart(VQString* string, VQTokenizer* tokenizer) {
+  tokens::trail = string->text;
   *tokenizer = {.source = string->length == 0 ? nullptr : string,
                 .position = string->text,
                 .tokenize = vqStringTokenize,
@@ -34,7 +35,8 @@ VQString* vqStringTokenize(VQTokenizer* tokenizer, const VQString* delimiterStri
 
 VQString* vqStringTokenizeText(VQTokenizer* tokenizer, const VQChar* delimiters, int64_t count,
                                VQString* token) {
-  if (count == 1) return tokens::nextBySingle<tokens::wideSet>(tokenizer, delimiters[0], token);
+  if (count == 1) [[likely]]
+    return tokens::nextBySingle<tokens::wideSet>(tokenizer, delimiters, token);
   return tokens::nextToken<tokens::wideSet>(tokenizer, tokens::WideSet{delimiters, orNone(count)}, token);
 }
 
@@ -44,7 +46,8 @@ VQString* vqStringTokenizeLong(VQTokenizer* tokenizer, const VQString* delimiter
 
 VQString* vqStringTokenizeLongText(VQTokenizer* tokenizer, const VQChar* delimiters, int64_t count,
                                    VQString* token) {
-  if (count == 1) return tokens::nextBySingle<tokens::wideSequence>(tokenizer, delimiters[0], token);
+  if (count == 1) [[likely]]
+    return tokens::nextBySingle<tokens::wideSequence>(tokenizer, delimiters, token);
   return tokens::nextToken<tokens::wideSequence>(tokenizer, tokens::WideSequence{delimiters, orNone(count)},
                                                  token);
 }
@@ -56,6 +59,7 @@ int32_t vqStringTokenizeList(VQTokenizer* tokenizer, VQString* const* delimiterL
 }
 
 void vqU8StringTokenizeStart(VQU8String* u8string, VQU8Tokenizer* tokenizer) {
+  tokens::trail = u8string->text;
   *tokenizer = {.source = u8string->length == 0 ? nullptr : u8string,
                 .position = u8string->text,
                 .tokenizeU8 = vqU8StringTokenizeU8,
@@ -65,16 +69,16 @@ void vqU8StringTokenizeStart(VQU8String* u8string, VQU8Tokenizer* tokenizer) {
 
 VQU8String* vqU8StringTokenizeU8(VQU8Tokenizer* tokenizer, const char* delimiters, uint64_t byteCount,
                                  VQU8String* token) {
-  if (isAsciiByte(delimiters, byteCount)) {
-    return tokens::nextBySingle<tokens::u8Set>(tokenizer, delimiters[0], token);
+  if (isAsciiByte(delimiters, byteCount)) [[likely]] {
+    return tokens::nextBySingle<tokens::u8Set>(tokenizer, delimiters, token);
   }
   return tokens::nextToken<tokens::u8Set>(tokenizer, tokens::U8Set{delimiters, byteCount}, token);
 }
 
 VQU8String* vqU8StringTokenizeLongU8(VQU8Tokenizer* tokenizer, const char* delimiters, uint64_t byteCount,
                                      VQU8String* token) {
-  if (isAsciiByte(delimiters, byteCount)) {
-    return tokens::nextBySingle<tokens::u8Sequence>(tokenizer, delimiters[0], token);
+  if (isAsciiByte(delimiters, byteCount)) [[likely]] {
+    return tokens::nextBySingle<tokens::u8Sequence>(tokenizer, delimiters, token);
   }
   return tokens::nextToken<tokens::u8Sequence>(tokenizer, tokens::U8Sequence{delimiters, byteCount}, token);
 }

@@ -14,10 +14,16 @@ using vq::matching::standsConverted;
 
 namespace {
 
+template <Anchor anchor, class Sameness>
+[[gnu::noinline]] bool standsMeasured(const VQString* string, const VQChar* text) {
+  return stands<anchor, Sameness>(string, text, WideKind::measure(text));
+}
+
 // With a wide text that is compared where it stands; a length of -1 measures it.
 template <Anchor anchor, class Sameness>
-bool standsWide(const VQString* string, const VQChar* text, int64_t length) {
-  return stands<anchor, Sameness>(string, text, vq::resolvedLength<WideKind>(text, length));
+inline bool standsWide(const VQString* string, const VQChar* text, int64_t length) {
+  return length == -1 ? standsMeasured<anchor, Sameness>(string, text)
+                      : stands<anchor, Sameness>(string, text, static_cast<uint64_t>(length));
 }
 
 }  // namespace

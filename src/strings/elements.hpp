@@ -21,50 +21,64 @@ void moveElements(Element* target, const Element* source, uint64_t count) {
 }
 
 // From sizeof(Chunk) to twice as many bytes.
-template <class Chunk>
-inline void moveByEnds(char* target, const char* source, size_t byteCount) {
+template <class Chunk, class Element>
+inline void moveByEnds(Element* target, const Element* source, uint64_t count) {
+  auto* const targetEnd = reinterpret_cast<char*>(target + count);
+  const auto* const sourceEnd = reinterpret_cast<const char*>(source + count);
   Chunk front, back;
   std::memcpy(&front, source, sizeof(Chunk));
-  std::memcpy(&back, source + byteCount - sizeof(Chunk), sizeof(Chunk));
+  std::memcpy(&back, sourceEnd - sizeof(Chunk), sizeof(Chunk));
   std::memcpy(target, &front, sizeof(Chunk));
-  std::memcpy(target + byteCount - sizeof(Chunk), &back, sizeof(Chunk));
+  std::memcpy(targetEnd - sizeof(Chunk), &back, sizeof(Chunk));
 }
 
 using Vector16 [[gnu::vector_size(16)]] = char;
 
 // From 32 to 64 bytes. Four variables, since a wider one would take the way over the stack.
-inline void moveUpTo64(char* target, const char* source, size_t byteCount) {
+template <class Element>
+inline void moveUpTo64(Element* target, const Element* source, uint64_t count) {
+  auto* const targetEnd = reinterpret_cast<char*>(target + count);
+  const auto* const sourceEnd = reinterpret_cast<const char*>(source + count);
   Vector16 first, second, third, last;
   std::memcpy(&first, source, 16);
-  std::memcpy(&second, source + 16, 16);
-  std::memcpy(&third, source + byteCount - 32, 16);
-  std::memcpy(&last, source + byteCount - 16, 16);
+  std::memcpy(&second, reinterpret_cast<const char*>(source) + 16, 16);
+  std::memcpy(&third, sourceEnd - 32, 16);
+  std::memcpy(&last, sourceEnd - 16, 16);
   std::memcpy(target, &first, 16);
-  std::memcpy(target + 16, &second, 16);
-  std::memcpy(target + byteCount - 32, &third, 16);
-  std::memcpy(target + byteCount - 16, &last, 16);
+  std::memcpy(reinterpret_cast<char*>(target) + 16, &second, 16);
+  std::memcpy(targetEnd - 32, &third, 16);
+  std::memcpy(targetEnd - 16, &last, 16);
 }
 
-// As moveElements, without a call for up to 64 bytes.
+// What moveShort moves.
+inline constexpr uint64_t shortBytes = 64;
+
+// As moveElements, for a count that is known to make no more than shortBytes.
 template <class Element>
-inline void moveMostlyShort(Element* targetElements, const Element* sourceElements, uint64_t count) {
-  auto* target = reinterpret_cast<char*>(targetElements);
-  const auto* source = reinterpret_cast<const char*>(sourceElements);
-  const size_t byteCount = count * sizeof(Element);
-  if (byteCount > 64) {
-    std::memmove(target, source, byteCount);
-  } else if (byteCount >= 32) {
-    moveUpTo64(target, source, byteCount);
-  } else if (byteCount >= 16) {
-    moveByEnds<Vector16>(target, source, byteCount);
-  } else if (byteCount >= 8) {
-    moveByEnds<uint64_t>(target, source, byteCount);
-  } else if (byteCount >= 4) {
-    moveByEnds<uint32_t>(target, source, byteCount);
-  } else if (byteCount >= 2) {
-    moveByEnds<uint16_t>(target, source, byteCount);
-  } else if (byteCount == 1) {
+inline void moveShort(Element* target, const Element* source, uint64_t count) {
+  constexpr uint64_t size = sizeof(Element);
+  if (count >= 32 / size) [[likely]] {
+    moveUpTo64(target, source, count);
+  } else if (count >= 16 / size) {
+    moveByEnds<Vector16>(target, source, count);
+  } else if (count >= 8 / size) {
+    moveByEnds<uint64_t>(target, source, count);
+  } else if (size == 1 && count >= 4) {
+    moveByEnds<uint32_t>(target, source, count);
+  } else if (size == 1 && count >= 2) {
+    moveByEnds<uint16_t>(target, source, count);
+  } else if (count == 1) {
     *target = *source;
+  }
+}
+
+// As moveElements, without a call for a short run.
+template <class Element>
+inline void moveMostlyShort(Element* target, const Element* source, uint64_t count) {
+  if (count > shortBytes / sizeof(Element)) {
+    std::memmove(target, source, count * sizeof(Element));
+  } else {
+    moveShort(target, source, count);
   }
 }
 

@@ -5,6 +5,7 @@
 // the new text. Only where the one large block cannot be had do the steps run singly, so that a growth that
 // fails leaves what the steps before it made.
 #include <algorithm>
+#include <span>
 
 #include "strings/conversion_pass.hpp"
 #include "strings/editing.hpp"
@@ -155,6 +156,11 @@ class SurveyedMatches {
     }
   }
   uint64_t count() const { return count_; }
+  // Elements in front of each match since the match before it; empty if they were too many to keep.
+  std::span<const int64_t> distances() const {
+    return areRemembered_ && count_ <= remembered ? std::span(distances_, count_)
+                                                  : std::span<const int64_t>();
+  }
   int64_t next(const VQChar* rest, uint64_t length) {
     const uint64_t index = taken_++;
     if (index >= count_) return -1;
@@ -197,6 +203,26 @@ Built build(VQChar* target, const VQChar* source, uint64_t length, View needle, 
   return {static_cast<uint64_t>(out - target), true};
 }
 
+// The same in place for matches that are known: the pieces between them move apart, the last one first, each
+// straight to where it belongs.
+Built spread(VQChar* text, uint64_t length, View needle, View replacement,
+             std::span<const int64_t> distances) {
+  const uint64_t growth = replacement.length - needle.length;
+  uint64_t shift = growth * distances.size();
+  // The piece that moves next, behind a match.
+  uint64_t begin = needle.length * distances.size(), end = length;
+  for (const int64_t distance : distances) begin += static_cast<uint64_t>(distance);
+  const Built built = {length + shift, begin == length};
+  for (size_t i = distances.size(); i-- > 0;) {
+    moveElements(text + begin + shift, text + begin, end - begin);
+    end = begin - needle.length;
+    shift -= growth;
+    moveMostlyShort(text + end + shift, replacement.text, replacement.length);
+    begin = end - static_cast<uint64_t>(distances[i]);
+  }
+  return built;
+}
+
 // The capacity that `count` steps end with, each of which makes the text longer by `growth`.
 uint64_t capacityAfterSteps(uint64_t capacity, uint64_t length, uint64_t growth, uint64_t count) {
   while (capacity != UINT64_MAX) {
@@ -235,10 +261,14 @@ VQStatus replaceAllGrowing(VQString* string, uint64_t first, View needle, View r
   const uint64_t capacity = capacityAfterSteps(oldCapacity, oldLength, growth, matches.count());
   Built built;
   if (capacity == oldCapacity) {
-    // The old text makes way at once for all that comes, and is then read behind the writing.
     VQChar* start = string->text + first;
-    moveElements(start + added, start, rest);
-    built = build(start, start + added, rest, needle, replacement, matches);
+    if (const auto distances = matches.distances(); !distances.empty()) {
+      built = spread(start, rest, needle, replacement, distances);
+    } else {
+      // The old text makes way at once for all that comes, and is then read behind the writing.
+      moveElements(start + added, start, rest);
+      built = build(start, start + added, rest, needle, replacement, matches);
+    }
     endText<WideKind>(string, length);
   } else {
     VQChar* block = allocateFor<WideKind>(string, capacity);

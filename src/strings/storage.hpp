@@ -70,8 +70,8 @@ void setText(RecordOf<Kind>* record, ElementOf<Kind>* text, uint64_t length, uin
 
 // A string over the caller's text.
 template <class Kind>
-RecordOf<Kind>* createBorrowing(VQStringService* service, VQPool* pool, const ElementOf<Kind>* text,
-                                uint64_t length) {
+[[gnu::noinline]] RecordOf<Kind>* createBorrowing(VQStringService* service, VQPool* pool,
+                                                  const ElementOf<Kind>* text, uint64_t length) {
   auto* record = allocate<RecordOf<Kind>>(pool, 1);
   if (record == nullptr) return nullptr;
   fillRecord<Kind>(record, service, pool, false);
@@ -82,30 +82,41 @@ RecordOf<Kind>* createBorrowing(VQStringService* service, VQPool* pool, const El
   return record;
 }
 
-// An empty string, inline or separate, whose storage has `elementCount` elements and whose capacity reads
-// `capacity`: the makers differ in whether the terminator counts.
+// An empty string with record and text in one block.
 template <class Kind>
-RecordOf<Kind>* createEmpty(VQStringService* service, VQPool* pool, uint64_t capacity,
-                            uint64_t elementCount) {
+inline RecordOf<Kind>* createInline(VQStringService* service, VQPool* pool, uint64_t capacity,
+                                    uint64_t elementCount) {
   using Record = RecordOf<Kind>;
-  using Element = ElementOf<Kind>;
-  if (capacity > inlineCapacityLimit) {
-    PoolBlock<Record> record(pool, allocate<Record>(pool, 1));
-    if (!record) return nullptr;
-    auto* block = allocate<Element>(pool, elementCount);
-    if (block == nullptr) return nullptr;
-    fillRecord<Kind>(record.get(), service, pool, false);
-    setText<Kind>(record.get(), block, 0, capacity, true);
-    block[0] = 0;
-    return record.release();
-  }
-  auto* record =
-      static_cast<Record*>(pool->poolAlloc(pool, sizeof(Record) + elementCount * sizeof(Element), 0));
+  const uint64_t byteCount = sizeof(Record) + elementCount * sizeof(ElementOf<Kind>);
+  auto* record = static_cast<Record*>(pool->poolAlloc(pool, byteCount, 0));
   if (record == nullptr) return nullptr;
   fillRecord<Kind>(record, service, pool, false);
   setText<Kind>(record, behindRecord<Kind>(record), 0, capacity, false);
   record->text[0] = 0;
   return record;
+}
+
+// An empty string with a block of its own for the text.
+template <class Kind>
+[[gnu::noinline]] RecordOf<Kind>* createSeparate(VQStringService* service, VQPool* pool, uint64_t capacity,
+                                                 uint64_t elementCount) {
+  PoolBlock<RecordOf<Kind>> record(pool, allocate<RecordOf<Kind>>(pool, 1));
+  if (!record) return nullptr;
+  auto* block = allocate<ElementOf<Kind>>(pool, elementCount);
+  if (block == nullptr) return nullptr;
+  fillRecord<Kind>(record.get(), service, pool, false);
+  setText<Kind>(record.get(), block, 0, capacity, true);
+  block[0] = 0;
+  return record.release();
+}
+
+// An empty string, inline or separate, whose storage has `elementCount` elements and whose capacity reads
+// `capacity`: the makers differ in whether the terminator counts.
+template <class Kind>
+inline RecordOf<Kind>* createEmpty(VQStringService* service, VQPool* pool, uint64_t capacity,
+                                   uint64_t elementCount) {
+  return capacity <= inlineCapacityLimit ? createInline<Kind>(service, pool, capacity, elementCount)
+                                         : createSeparate<Kind>(service, pool, capacity, elementCount);
 }
 
 // Puts a text into a string just made with room for it. A null text leaves the string empty.
@@ -121,8 +132,8 @@ RecordOf<Kind>* withText(RecordOf<Kind>* record, const ElementOf<Kind>* text, ui
 
 // A copy in storage by the capacity rule, which counts the terminator.
 template <class Kind>
-RecordOf<Kind>* createCopy(VQStringService* service, VQPool* pool, const ElementOf<Kind>* text,
-                           uint64_t length) {
+[[gnu::noinline]] RecordOf<Kind>* createCopy(VQStringService* service, VQPool* pool,
+                                             const ElementOf<Kind>* text, uint64_t length) {
   const uint64_t capacity = capacityFor(length);
   return withText<Kind>(createEmpty<Kind>(service, pool, capacity, capacity), text, length);
 }
@@ -138,12 +149,24 @@ RecordOf<Kind>* createSized(VQStringService* service, VQPool* pool, const Elemen
 
 // The making operation: only a copy flag of exactly 1 copies.
 template <class Kind>
+inline RecordOf<Kind>* createCounted(VQStringService* service, VQPool* pool, const ElementOf<Kind>* text,
+                                     uint64_t length, uint8_t copy) {
+  VQPool* home = pool != nullptr ? pool : service->pool;
+  return copy == 1 ? createCopy<Kind>(service, home, text, length)
+                   : createBorrowing<Kind>(service, home, text, length);
+}
+
+template <class Kind>
+[[gnu::noinline]] RecordOf<Kind>* createMeasured(VQStringService* service, VQPool* pool,
+                                                 const ElementOf<Kind>* text, uint8_t copy) {
+  return createCounted<Kind>(service, pool, text, Kind::measure(text), copy);
+}
+
+template <class Kind>
 RecordOf<Kind>* create(VQStringService* service, VQPool* pool, const ElementOf<Kind>* text, int64_t length,
                        uint8_t copy) {
-  VQPool* home = pool != nullptr ? pool : service->pool;
-  const uint64_t elementCount = resolvedLength<Kind>(text, length);
-  return copy == 1 ? createCopy<Kind>(service, home, text, elementCount)
-                   : createBorrowing<Kind>(service, home, text, elementCount);
+  return length == -1 ? createMeasured<Kind>(service, pool, text, copy)
+                      : createCounted<Kind>(service, pool, text, static_cast<uint64_t>(length), copy);
 }
 
 template <class Kind>
@@ -153,16 +176,24 @@ void initStatic(VQStringService* service, RecordOf<Kind>* record, VQPool* pool, 
   setText<Kind>(record, const_cast<ElementOf<Kind>*>(text), resolvedLength<Kind>(text, length), 0, false);
 }
 
+template <class Kind>
+inline VQStatus freeRecord(RecordOf<Kind>* record) {
+  VQPool* pool = record->pool;
+  return record->isStatic ? 0 : pool->poolFree(pool, record);
+}
+
+template <class Kind>
+[[gnu::noinline]] VQStatus destroySeparate(RecordOf<Kind>* record) {
+  if (const VQStatus status = record->pool->poolFree(record->pool, record->text); status != 0) return status;
+  setText<Kind>(record, nullptr, 0, 0, false);
+  return freeRecord<Kind>(record);
+}
+
 // A text block that cannot be freed leaves the string whole; a record that cannot be freed is left emptied.
 template <class Kind>
 VQStatus destroy(RecordOf<Kind>* record) {
   if (record == nullptr) return 0;
-  VQPool* pool = record->pool;
-  if (record->ownsBuffer == 1) {
-    if (const VQStatus status = pool->poolFree(pool, record->text); status != 0) return status;
-    setText<Kind>(record, nullptr, 0, 0, false);
-  }
-  return record->isStatic ? 0 : pool->poolFree(pool, record);
+  return record->ownsBuffer == 1 ? destroySeparate<Kind>(record) : freeRecord<Kind>(record);
 }
 
 }  // namespace vq

@@ -8,18 +8,40 @@ using namespace vq;
 
 namespace {
 
-// Hands the text to `edit` as wide text. A text that the host does not convert goes on as it stands, its
-// bytes read as elements.
+// The host converts the text.
+template <class Edit>
+[[gnu::noinline]] VQStatus withConvertedText(const VQString* string, const void* text, int64_t length,
+                                             uint32_t encoding, Edit edit) {
+  uint64_t byteCount = 0;
+  if (!textByteCount(text, length, encoding, &byteCount)) return VQSTATUS_NO_MEMORY;
+  const PassedText<VQChar> passed = convertToWide(string->service, string->pool, text, byteCount, encoding);
+  return passed.status == 0 ? edit(passed.text, passed.elementCount) : passed.status;
+}
+
+// A text that the host does not convert goes on as it stands, its bytes read as elements.
+template <class Edit>
+[[gnu::noinline]] VQStatus withAnyText(const VQString* string, const void* text, int64_t length,
+                                       uint32_t encoding, Edit edit) {
+  if (canConvert(string->service, encoding, ENC_WIDE)) {
+    return withConvertedText(string, text, length, encoding, edit);
+  }
+  uint64_t byteCount = 0;
+  if (!textByteCount(text, length, encoding, &byteCount)) return VQSTATUS_NO_MEMORY;
+  return edit(static_cast<const VQChar*>(text), byteCount / sizeof(VQChar));
+}
+
+// Hands the text to `edit` as wide text. Wide text of a given length, which is the rule, has a short way; a
+// length beyond all memory finds no room there.
 template <class Edit>
 inline VQStatus withWideText(const VQString* string, const void* text, int64_t length, uint32_t encoding,
                              Edit edit) {
-  uint64_t byteCount = 0;
-  if (!textByteCount(text, length, encoding, &byteCount)) return VQSTATUS_NO_MEMORY;
-  if (!canConvert(string->service, encoding, ENC_WIDE)) [[likely]] {
-    return edit(static_cast<const VQChar*>(text), byteCount / sizeof(VQChar));
+  if (encoding != ENC_WIDE || length == -1) [[unlikely]] {
+    return withAnyText(string, text, length, encoding, edit);
   }
-  const PassedText<VQChar> passed = convertToWide(string->service, string->pool, text, byteCount, encoding);
-  return passed.status == 0 ? edit(passed.text, passed.elementCount) : passed.status;
+  if (canConvert(string->service, ENC_WIDE, ENC_WIDE)) [[unlikely]] {
+    return withConvertedText(string, text, length, ENC_WIDE, edit);
+  }
+  return edit(static_cast<const VQChar*>(text), static_cast<uint64_t>(length));
 }
 
 }  // namespace
@@ -36,7 +58,8 @@ VQStatus vqStringCopyText(VQString* string, const void* text, int64_t length, ui
 }
 
 VQStatus vqStringConcat(VQString* string, const VQString* source) {
-  if (source->length == 0) return 0;
+  if (source->length == 0) [[unlikely]]
+    return 0;
   return appendText<WideKind>(string, source->text, lengthOf<WideKind>(source));
 }
 

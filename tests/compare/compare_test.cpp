@@ -2,11 +2,13 @@
 // hold them; then what is a rule of its own: empty texts, encodings that the host denies, failures.
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <functional>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "support/cpu_levels.hpp"
 #include "support/fault_injector.hpp"
 #include "support/guarded_buffer.hpp"
 #include "vqstring.h"
@@ -205,6 +207,27 @@ TEST_F(Comparison, U8AnswersAgreeWithStandardStrings) {
     }
     if (HasFailure()) return;
   }
+}
+
+// Every length past the steps of the vector code, and in each the one byte that differs at every place.
+TEST_F(Comparison, OneByteAnywhereMakesADifference) {
+  test::atEveryLevel([&] {
+    for (size_t length = 0; length <= 700; length += length < 300 ? 1 : 37) {
+      GuardedBuffer<char> first(length, test::Edge::behind), second(length, test::Edge::before);
+      std::memset(first.data(), 'a', length);
+      std::memset(second.data(), 'a', length);
+      const VQU8String string = u8(first);
+      const auto isPrefix = [&] {
+        return vqU8StringStartsWithU8(&string, second.data(), static_cast<int64_t>(length)) != 0;
+      };
+      ASSERT_TRUE(isPrefix() || length == 0) << length;
+      for (size_t place = 0; place < length; ++place) {
+        second.data()[place] = 'b';
+        ASSERT_FALSE(isPrefix()) << length << ", " << place;
+        second.data()[place] = 'a';
+      }
+    }
+  });
 }
 
 // A value beyond Unicode and a zero element count like any other.

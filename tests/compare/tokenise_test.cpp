@@ -3,6 +3,7 @@
 // ended walks, literal examples.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <string>
 #include <vector>
@@ -242,6 +243,62 @@ TEST_F(Tokens, U8WalksAgreeOnIllFormedText) {
   const std::vector<std::string> letters{"a",    ",",    "\x80", "\xA9", "\xC3", "\xC3\xA9", "\xE3",
                                          "\xF0", "\xF8", "\xFC", "\xFF", ",",    "a"};
   test::atEveryLevel([&] { randomWalks<U8>(letters, 3, 2500); });
+}
+
+// Walks over texts that lie in each other, taken in turns and with one token for all of them or one for each:
+// what one walk leaves behind must not lead another one astray. The odd letter is a comma one byte further
+// on.
+TEST_F(Tokens, WalksTakeTurns) {
+  struct Turn {
+    VQTokenizer walk;
+    VQString string;
+    size_t position;
+  };
+  std::mt19937 random(4);
+  const auto once = [&] {
+    std::u32string text;
+    while (text.size() < 120) text += U"ab\x2C00,"[random() % 4];
+    const std::string bytes(reinterpret_cast<const char*>(text.data()), text.size() * sizeof(VQChar));
+    Turn turns[3];
+    for (Turn& turn : turns) {
+      const size_t skipped = random() % 40;
+      turn.position = skipped;
+      vqStringInitStatic(service(), &turn.string, nullptr, text.data() + skipped,
+                         static_cast<int64_t>(text.size() - skipped - random() % 20));
+      vqStringTokenizeStart(&turn.string, &turn.walk);
+    }
+    VQU8String u8String, u8Token;
+    vqU8StringInitStatic(service(), &u8String, nullptr, reinterpret_cast<char*>(text.data()),
+                         static_cast<int64_t>(bytes.size()));
+    vqU8StringInitStatic(service(), &u8Token, nullptr, nullptr, 0);
+    VQU8Tokenizer u8Walk;
+    vqU8StringTokenizeStart(&u8String, &u8Walk);
+    size_t u8Position = 0;
+    VQString tokens[2];
+    for (VQString& token : tokens) vqStringInitStatic(service(), &token, nullptr, nullptr, 0);
+    for (int step = 0; step < 150; ++step) {
+      SCOPED_TRACE(step);
+      if (random() % 4 == 0 && u8Walk.source != nullptr) {
+        ASSERT_EQ(u8Walk.tokenizeU8(&u8Walk, ",", 1, &u8Token), &u8Token);
+        const size_t end = std::min(bytes.find(',', u8Position), bytes.size());
+        ASSERT_EQ(u8Token.length, end - u8Position);
+        u8Position = end + 1;
+        continue;
+      }
+      Turn& turn = turns[random() % 3];
+      if (turn.walk.source == nullptr) continue;
+      VQString& token = tokens[random() % 2];
+      ASSERT_EQ(turn.walk.tokenizeText(&turn.walk, U",", 1, &token), &token);
+      const auto last = static_cast<size_t>(turn.string.text + turn.string.length - text.data());
+      const size_t end = std::min(text.find(U',', turn.position), last);
+      ASSERT_EQ(token.text - text.data(), static_cast<ptrdiff_t>(turn.position));
+      ASSERT_EQ(static_cast<size_t>(token.length), end - turn.position);
+      turn.position = end + 1;
+    }
+  };
+  test::atEveryLevel([&] {
+    for (int round = 0; round < 300 && !testing::Test::HasFatalFailure(); ++round) once();
+  });
 }
 
 // What stands behind the last delimiter, and what makes a delimiter, as callers know it. Both kinds of string

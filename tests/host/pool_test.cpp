@@ -114,7 +114,8 @@ TEST_F(Pools, EightThreadsShareOnePool) {
     threads.emplace_back([&, t] {
       std::mt19937 random(t);
       for (int step = 0; step < 2000; ++step) {
-        const Block mine = take(pool(), random() % 600, static_cast<unsigned char>(random()));
+        const size_t limit = random() % 50 == 0 ? 60'000 : 600;
+        const Block mine = take(pool(), random() % limit, static_cast<unsigned char>(random()));
         Block theirs{};
         {
           const std::lock_guard hold(mutex);
