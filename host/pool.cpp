@@ -2,6 +2,8 @@
 // belong to the pool and are handed from threads that end to threads that come.
 #include "host/pool.hpp"
 
+#include <sys/mman.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -378,6 +380,16 @@ void Pool::unchain(LargeBlock& block) noexcept {
   --largeCount_;
 }
 
+// The largest blocks come as fresh pages each time, and touching those one by one takes longer than filling
+// them. A kernel that has no huge pages to give leaves it at small ones.
+static void preferHugePages(void* block, size_t byteCount) noexcept {
+  constexpr size_t least = 4 << 20, page = 4096;
+  if (byteCount < least) return;
+  const auto begin = reinterpret_cast<uintptr_t>(block);
+  const uintptr_t firstPage = (begin + page - 1) / page * page;
+  madvise(reinterpret_cast<void*>(firstPage), begin + byteCount - firstPage, MADV_HUGEPAGE);
+}
+
 void* Pool::allocateLarge(uint64_t byteCount, bool isZeroFilled) noexcept {
   if (byteCount <= KeptBlocks::largest) {
     std::unique_lock hold(mutex_);
@@ -396,6 +408,7 @@ void* Pool::allocateFresh(uint64_t byteCount, uint64_t asked, bool isZeroFilled)
   auto* block = static_cast<LargeBlock*>(isZeroFilled ? std::calloc(1, whole) : std::malloc(whole));
   if (block == nullptr) return nullptr;
   block->byteCount = byteCount;
+  preferHugePages(block, whole);
   const std::lock_guard hold(mutex_);
   return putToUse(block, asked);
 }
