@@ -6,6 +6,7 @@
 #include <bit>
 #include <cstring>
 
+#include "text/cpu.hpp"
 #include "utf/utf8_bytes.hpp"
 #include "utf/utf8_regular.hpp"
 #include "vqstring/utf.h"
@@ -94,15 +95,15 @@ size_t countCharacters(const char* text, uint64_t byteCount) {
   return countCharacters<Stepping>(bytesOf(text), byteCount, byteCount).characterCount;
 }
 
+// Goes on from the character boundary where `total` ends.
+//
 // The terminator is looked for in pieces that stay in the nearest cache, so that counting them afterwards
 // costs no second way to memory.
 template <class Stepping>
-Counted countTerminated(const char* text) {
+Counted countByPieces(const uint8_t* bytes, Counted total) {
   constexpr size_t pieceBytes = 8192;
   constexpr size_t longestCharacter = 6;
-  const uint8_t* bytes = bytesOf(text);
-  Counted total{0, 0};
-  for (size_t known = 0;;) {
+  for (size_t known = total.byteCount;;) {
     const void* terminator = std::memchr(bytes + known, 0, pieceBytes);
     const bool isLast = terminator != nullptr;
     known =
@@ -115,6 +116,24 @@ Counted countTerminated(const char* text) {
     total.characterCount += piece.characterCount;
     if (isLast) return total;
   }
+}
+
+template <class Stepping>
+Counted countTerminated(const char* text) {
+  const uint8_t* bytes = bytesOf(text);
+  if (!vq::cpu::hasAvx512()) return countByPieces<Stepping>(bytes, {0, 0});
+  const auto [regular, hasEnded] = avx512::regularToZero(bytes);
+  const Counted counted{regular.byteCount, regular.characterCount};
+  return hasEnded ? counted : countByPieces<Stepping>(bytes, counted);
+}
+
+// Regular text of up to so many characters; it has ended when nothing else is near.
+RegularRun regularOfCharacters(const uint8_t* text, uint64_t characterCount) {
+  if (vq::cpu::hasAvx512()) return avx512::regularOfCharacters(text, characterCount);
+  constexpr size_t longestCutOff = 3;
+  // The characters have at least a byte each, so as many bytes are there to be read.
+  const Regular regular = regularPrefix(text, characterCount);
+  return {regular, regular.byteCount > 0 && regular.byteCount + longestCutOff >= characterCount};
 }
 
 // Size and verdict of one sequence. A zero byte never continues it, so a terminated text is not left.
@@ -170,17 +189,14 @@ void vqzsu8Lengths(const char* text, uint64_t* characterCount, uint64_t* byteCou
 }
 
 uint64_t vqzsu8ByteLength(const char* text, uint64_t characterCount) {
-  constexpr size_t longestCutOff = 3;
   const uint8_t* bytes = bytesOf(text);
   size_t at = 0;
   while (characterCount > 0) {
-    // The characters still to come have at least a byte each, so as many bytes are there to be read.
-    const Regular regular = regularPrefix(bytes + at, characterCount);
-    const bool hasEnded = regular.byteCount + longestCutOff >= characterCount;
-    at += regular.byteCount;
-    characterCount -= regular.characterCount;
-    if (hasEnded && regular.byteCount > 0) continue;
-    for (uint64_t run = std::min<uint64_t>(characterCount, singleRun); run > 0; --run, --characterCount) {
+    const RegularRun run = regularOfCharacters(bytes + at, characterCount);
+    at += run.regular.byteCount;
+    characterCount -= run.regular.characterCount;
+    if (run.hasEnded) continue;
+    for (uint64_t left = std::min<uint64_t>(characterCount, singleRun); left > 0; --left, --characterCount) {
       at += carefulStep(bytes + at, SIZE_MAX);
     }
   }

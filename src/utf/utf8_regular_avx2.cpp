@@ -8,7 +8,7 @@
 #include "text/cpu.hpp"
 #include "utf/splat_avx2.hpp"
 
-namespace vq::utf8 {
+namespace vq::utf8::avx2 {
 
 namespace {
 
@@ -169,7 +169,9 @@ VQ_TARGET_AVX2 inline void addTail(const uint8_t* end, size_t byteCount, Regular
   regular.fourByteCount += countNew(maskOf(from(splat8<0xF0>(), loadBytes(at))));
 }
 
-VQ_TARGET_AVX2 Regular regularPrefixAvx2(const uint8_t* text, size_t byteCount) {
+}  // namespace
+
+VQ_TARGET_AVX2 Regular regularPrefix(const uint8_t* text, size_t byteCount) {
   Regular regular;
   if (byteCount <= 32) {
     regular = judge(readUpTo32(text, byteCount));
@@ -195,10 +197,4 @@ VQ_TARGET_AVX2 Regular regularPrefixAvx2(const uint8_t* text, size_t byteCount) 
   return regular;
 }
 
-}  // namespace
-
-Regular regularBlocks(const uint8_t* text, size_t byteCount) {
-  return cpu::hasAvx2() ? regularPrefixAvx2(text, byteCount) : Regular{};
-}
-
-}  // namespace vq::utf8
+}  // namespace vq::utf8::avx2
