@@ -68,6 +68,9 @@ VQ_TARGET_AVX512 inline Before beforeOpening(__m512i here) {
           _mm512_alignr_epi8(here, movedUp, 13)};
 }
 
+// Of the operations on bytes only additions and the logical ones run on both vector ports; shifts, maxima and
+// saturated differences share one, comparisons and permutations the other.
+
 // Top bit: the byte is at least `least`, which is over 0x80.
 template <uint8_t least>
 VQ_TARGET_AVX512 inline __m512i reaches(__m512i bytes) {
@@ -81,7 +84,15 @@ inline constexpr int b = 0xCC;
 inline constexpr int c = 0xAA;
 inline constexpr int anyOfThree = a | b | c;
 inline constexpr int firstUnlessSecondAndNotThird = a ^ (b & ~c);
+inline constexpr int firstTwoOrThird = (a & b) | c;
+inline constexpr int firstChoosesNotSecondOrThirdElseSecond = (a & ~(b & ~c)) | (~a & b & 0xFF);
+inline constexpr int firstUnlessNeitherSecondNorThird = a & (b | ~c) & 0xFF;
 }  // namespace join
+
+// Each byte moved up by a bit.
+VQ_TARGET_AVX512 inline __m512i twice(__m512i bytes) {
+  return _mm512_add_epi8(bytes, bytes);
+}
 
 VQ_TARGET_AVX512 inline __m512i anyOf(__m512i a, __m512i b, __m512i c) {
   return _mm512_ternarylogic_epi32(a, b, c, join::anyOfThree);
@@ -95,7 +106,7 @@ VQ_TARGET_AVX512 inline __m512i anyOf(__m512i a, __m512i b, __m512i c, __m512i d
 VQ_TARGET_AVX512 inline __m512i findMisplaced(__m512i here, const Before& before) {
   const __m512i due =
       anyOf(reaches<0xC0>(before.one), reaches<0xE0>(before.two), reaches<0xF0>(before.three));
-  return _mm512_ternarylogic_epi32(due, here, _mm512_slli_epi16(here, 1), join::firstUnlessSecondAndNotThird);
+  return _mm512_ternarylogic_epi32(due, here, twice(here), join::firstUnlessSecondAndNotThird);
 }
 
 // The bytes in front of `end` that begin a character and do not finish it; `available` bytes are there.

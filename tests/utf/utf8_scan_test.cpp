@@ -99,7 +99,8 @@ TEST(Utf8Counting, BreaksNearTheEndOfAPageUnderEveryLevel) {
   std::mt19937 random(2);
   for (const test::Script script : test::scripts) {
     std::string text = test::encode(test::sampleText(script, page + 2 * near, random)).substr(0, page + near);
-    for (size_t place = 0; place < 2 * near; ++place) {
+    for (size_t round = 0; round < 4 * near; ++round) {
+      const size_t place = round < 2 * near ? round : random() % text.size();
       const char before = text[place];
       text[place] = static_cast<char>(test::turningBytes[random() % std::size(test::turningBytes)]);
       test::underEveryLevel(
