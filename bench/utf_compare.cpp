@@ -65,6 +65,11 @@ const bench::Register rows([] {
   bench::overTexts("vqzsu8Compare", "memcmp", beside(false, [](const std::string& a, const std::string& b) {
                      return std::memcmp(a.data(), b.data(), a.size());
                    }));
+  bench::overTexts("vqzsu8Compare", "plain", beside(false, [](const std::string& a, const std::string& b) {
+                     size_t i = 0;
+                     while (i < a.size() && a[i] == b[i]) ++i;
+                     return i;
+                   }));
   for (const bool isFlipped : {false, true}) {
     const std::string subject = isFlipped ? "vqzsu8NormCompareFlipped" : "vqzsu8NormCompareSame";
     bench::overTexts(subject, "vq", beside(isFlipped, [](const std::string& a, const std::string& b) {

@@ -34,6 +34,11 @@ Regular regularPrefix(const uint8_t* text, size_t byteCount);
 }  // namespace avx2
 
 namespace avx512 {
+// The characters of a text of up to 64 bytes, or `notRegular`; one that the end cuts off counts as well.
+// Characters of four bytes may count twice, where all four are there.
+inline constexpr size_t mostOfBlock = 64;
+inline constexpr size_t notRegular = SIZE_MAX;
+size_t countBlock(const uint8_t* text, size_t byteCount, bool countsFoursTwice);
 Regular regularPrefix(const uint8_t* text, size_t byteCount);
 // Ends at the first zero byte.
 RegularRun regularToZero(const uint8_t* text);

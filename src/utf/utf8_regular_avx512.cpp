@@ -14,6 +14,8 @@ namespace vq::utf8::avx512 {
 namespace {
 
 constexpr size_t stride = 4 * blockBytes;
+// The bytes in front of a block that count.
+constexpr size_t mostBefore = 3;
 
 inline size_t untilPageEnd(const uint8_t* at) {
   constexpr size_t page = 4096;
@@ -32,6 +34,20 @@ VQ_TARGET_AVX512 inline BlockMasks masksOf(__m512i here, const Before& before) {
   BlockMasks masks{numberOf(_mm512_cmplt_epi8_mask(here, splat8<0xC0>())),
                    numberOf(_mm512_cmpge_epu8_mask(here, splat8<0xF0>())),
                    numberOf(_mm512_movepi8_mask(findMisplaced(here, before)))};
+  if (masks.firstsOfFour != 0) masks.faults |= numberOf(_mm512_cmpge_epu8_mask(here, splat8<0xF8>()));
+  return masks;
+}
+
+// The same for a block that begins with a character: what stands in front of it announces nothing.
+VQ_TARGET_AVX512 inline BlockMasks masksOfOpening(__m512i here, uint64_t notAscii) {
+  const uint64_t continuations = numberOf(_mm512_cmplt_epi8_mask(here, splat8<0xC0>()));
+  const uint64_t firstsOfThree = numberOf(_mm512_cmpge_epu8_mask(here, splat8<0xE0>()));
+  BlockMasks masks{continuations, 0, (notAscii & ~continuations) << 1 | firstsOfThree << 2};
+  if (firstsOfThree != 0) {
+    masks.firstsOfFour = numberOf(_mm512_cmpge_epu8_mask(here, splat8<0xF0>()));
+    masks.faults |= masks.firstsOfFour << 3;
+  }
+  masks.faults ^= continuations;
   if (masks.firstsOfFour != 0) masks.faults |= numberOf(_mm512_cmpge_epu8_mask(here, splat8<0xF8>()));
   return masks;
 }
@@ -141,10 +157,14 @@ VQ_READS_IN_PAGE VQ_TARGET_AVX512 inline RegularRun walk(const uint8_t* text, En
     uint64_t valid = lowBits(length);
     const __m512i here = loadSome(at, valid);
     BlockMasks masks{};
-    const bool isAscii = numberOf(_mm512_movepi8_mask(here)) == 0;
-    if (!isAscii || !wasAscii) {
-      // Of the first block nothing in front may be read; the second may be near it at the end of a page.
-      masks = masksOf(here, regular.byteCount < 3 ? beforeOpening(here) : beforeSome(at, valid));
+    const uint64_t notAscii = numberOf(_mm512_movepi8_mask(here));
+    const bool isAscii = notAscii == 0;
+    if (wasAscii) {
+      if (!isAscii) masks = masksOfOpening(here, notAscii);
+    } else {
+      // A first block that ends with its page can be too short for a look back.
+      if (regular.byteCount < mostBefore) return {regular, false};
+      masks = masksOf(here, beforeSome(at, valid));
     }
     wasAscii = isAscii;
     const bool hasEnded = end.find(here, masks, regular, valid);
@@ -181,6 +201,16 @@ VQ_READS_IN_PAGE VQ_TARGET_AVX512 inline RegularRun regularRun(const uint8_t* te
 }
 
 }  // namespace
+
+VQ_TARGET_AVX512 size_t countBlock(const uint8_t* text, size_t byteCount, bool countsFoursTwice) {
+  const uint64_t valid = lowBits(byteCount);
+  const __m512i here = loadSome(text, valid);
+  const BlockMasks masks = masksOfOpening(here, numberOf(_mm512_movepi8_mask(here)));
+  if ((masks.faults & valid) != 0) return notRegular;
+  // The second half of a character of four bytes begins with its last byte.
+  const uint64_t lasts = countsFoursTwice ? masks.firstsOfFour << 3 : 0;
+  return countBits(valid & ~masks.continuations) + countBits(valid & lasts);
+}
 
 VQ_TARGET_AVX512 Regular regularPrefix(const uint8_t* text, size_t byteCount) {
   Regular regular = walk(text, ByteEnd{byteCount}).regular;

@@ -22,18 +22,18 @@ const uint8_t* bytesOf(const char* text) {
 // The ways of stepping over a character, each with what it counts in regular text.
 struct Blind {
   static size_t step(const uint8_t* at, size_t remaining) { return blindStep(at, remaining); }
-  static size_t countOf(const Regular& regular) { return regular.characterCount; }
+  static constexpr bool countsFoursTwice = false;
 };
 struct Careful {
   static size_t step(const uint8_t* at, size_t remaining) { return carefulStep(at, remaining); }
-  static size_t countOf(const Regular& regular) { return regular.characterCount; }
+  static constexpr bool countsFoursTwice = false;
 };
 // At most three bytes a step, so that the last byte of a four-byte character is a step of its own.
 struct UpToThree {
   static size_t step(const uint8_t* at, size_t remaining) {
     return std::min<size_t>(std::min<size_t>(_utf8_len[*at], 3), remaining);
   }
-  static size_t countOf(const Regular& regular) { return regular.characterCount + regular.fourByteCount; }
+  static constexpr bool countsFoursTwice = true;
 };
 
 // How far to step singly where a block is not regular, before blocks are tried again.
@@ -73,7 +73,7 @@ Counted countCharacters(const uint8_t* text, size_t limit, size_t end) {
   while (at < limit) {
     const Regular regular = regularPrefix(text + at, limit - at);
     at += regular.byteCount;
-    characters += Stepping::countOf(regular);
+    characters += regular.characterCount + (Stepping::countsFoursTwice ? regular.fourByteCount : 0);
     const size_t stop = std::min(limit, at + singleRun);
     // Blocks need a first byte to begin with.
     while (at < stop || (at < limit && isContinuation(text[at]))) {
@@ -92,6 +92,10 @@ Counted countCharacters(const uint8_t* text, size_t limit, size_t end) {
 template <class Stepping>
 size_t countCharacters(const char* text, uint64_t byteCount) {
   if (isShortAscii(bytesOf(text), byteCount)) return byteCount;
+  if (vq::cpu::hasAvx512() && byteCount <= avx512::mostOfBlock) {
+    const size_t count = avx512::countBlock(bytesOf(text), byteCount, Stepping::countsFoursTwice);
+    if (count != avx512::notRegular) return count;
+  }
   return countCharacters<Stepping>(bytesOf(text), byteCount, byteCount).characterCount;
 }
 
