@@ -68,12 +68,17 @@ VQ_TARGET_AVX512 inline uint64_t findOthers(__m512i here) {
   return others;
 }
 
-// Top bit: as findMisplaced, for text in which no byte announces more than three; from pairs also 0xC0 and
-// 0xC1.
-template <Plain plain>
+// Top bit: as findMisplaced, for text in which no byte announces more than `longest`, which is two or three;
+// from pairs also 0xC0 and 0xC1.
+template <Plain plain, int longest>
 VQ_TARGET_AVX512 inline __m512i findOthersQuickly(__m512i here, const Before& before) {
-  const __m512i due = _mm512_ternarylogic_epi32(before.one, twice(before.one), reaches<0xE0>(before.two),
-                                                join::firstTwoOrThird);
+  __m512i due;
+  if constexpr (longest == 2) {
+    due = _mm512_and_si512(before.one, twice(before.one));
+  } else {
+    due = _mm512_ternarylogic_epi32(before.one, twice(before.one), reaches<0xE0>(before.two),
+                                    join::firstTwoOrThird);
+  }
   if constexpr (plain != Plain::fromPairs) {
     return _mm512_ternarylogic_epi32(due, here, twice(here), join::firstUnlessSecondAndNotThird);
   } else {
@@ -117,12 +122,15 @@ VQ_TARGET_AVX512 inline bool copyStride(const uint8_t* source, uint8_t* target, 
     const __m512i largest =
         _mm512_max_epu8(_mm512_max_epu8(_mm512_max_epu8(a, b), _mm512_max_epu8(c, d)), front);
     __mmask64 others;
-    if (_mm512_cmpge_epu8_mask(largest, splat8<0xED>()) == 0) {
+    if (_mm512_cmpge_epu8_mask(largest, splat8<0xE0>()) == 0) {
+      others = _mm512_movepi8_mask(avx512::anyOf(
+          findOthersQuickly<plain, 2>(a, before(0)), findOthersQuickly<plain, 2>(b, before(1)),
+          findOthersQuickly<plain, 2>(c, before(2)), findOthersQuickly<plain, 2>(d, before(3))));
+    } else if (_mm512_cmpge_epu8_mask(largest, splat8<0xED>()) == 0) {
       // Neither surrogates nor characters of four bytes.
-      const __m512i found =
-          avx512::anyOf(findOthersQuickly<plain>(a, before(0)), findOthersQuickly<plain>(b, before(1)),
-                        findOthersQuickly<plain>(c, before(2)), findOthersQuickly<plain>(d, before(3)));
-      others = _mm512_movepi8_mask(found);
+      others = _mm512_movepi8_mask(avx512::anyOf(
+          findOthersQuickly<plain, 3>(a, before(0)), findOthersQuickly<plain, 3>(b, before(1)),
+          findOthersQuickly<plain, 3>(c, before(2)), findOthersQuickly<plain, 3>(d, before(3))));
     } else {
       if (_mm512_cmpge_epu8_mask(largest, splat8<beyondPlain<plain>>()) != 0) return false;
       others = anyOf(anyOf(findOthers<plain>(a, before(0)), findOthers<plain>(b, before(1))),

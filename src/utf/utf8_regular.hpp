@@ -39,6 +39,15 @@ namespace avx512 {
 inline constexpr size_t mostOfBlock = 64;
 inline constexpr size_t notRegular = SIZE_MAX;
 size_t countBlock(const uint8_t* text, size_t byteCount, bool countsFoursTwice);
+// The same for a text that ends at a zero byte; `notRegular` characters also when the first block ends first.
+struct BlockCount {
+  size_t byteCount;
+  size_t characterCount;
+};
+BlockCount countBlockToZero(const uint8_t* text);
+// The bytes of so many characters, or `notRegular`, also when the first block may end before they do.
+size_t bytesInBlock(const uint8_t* text, uint64_t characterCount);
+
 Regular regularPrefix(const uint8_t* text, size_t byteCount);
 // Ends at the first zero byte.
 RegularRun regularToZero(const uint8_t* text);

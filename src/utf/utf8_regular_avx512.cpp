@@ -4,6 +4,8 @@
 // blocks under a mask, which may end anywhere, and from the second block on by strides of four. Where the end
 // is only found on the way, a read stays within its page: bytes behind the end may be looked at, but never a
 // page that the text does not reach.
+#include <algorithm>
+
 #include "utf/utf8_blocks_avx512.hpp"
 #include "utf/utf8_regular.hpp"
 
@@ -105,6 +107,19 @@ struct CharacterEnd {
   }
 };
 
+// Adds the blocks of ASCII that come next; a zero byte follows within a stride.
+VQ_READS_IN_PAGE VQ_TARGET_AVX512 inline void addAsciiInFrontOfZero(const uint8_t* at, Regular& regular) {
+  if (unfinishedBytes(at, mostBefore) != 0) return;
+  // Only ASCII is above zero as signed numbers.
+  const auto isAscii = [](const uint8_t* block) VQ_TARGET_AVX512 {
+    return _mm512_cmpgt_epi8_mask(loadBlock(block), _mm512_setzero_si512()) == UINT64_MAX;
+  };
+  for (; isAscii(at); at += blockBytes) {
+    regular.byteCount += blockBytes;
+    regular.characterCount += blockBytes;
+  }
+}
+
 // Adds the strides of regular text that come next, up to `most`, to `regular`.
 template <bool isEndAtZero>
 VQ_READS_IN_PAGE VQ_TARGET_AVX512 inline void addStrides(const uint8_t* at, size_t most, Regular& regular) {
@@ -115,7 +130,10 @@ VQ_READS_IN_PAGE VQ_TARGET_AVX512 inline void addStrides(const uint8_t* at, size
     const __m512i d = loadBlock(at + 3 * blockBytes);
     if (isEndAtZero) {
       const __m512i least = _mm512_min_epu8(_mm512_min_epu8(a, b), _mm512_min_epu8(c, d));
-      if (_mm512_testn_epi8_mask(least, least) != 0) return;
+      if (_mm512_testn_epi8_mask(least, least) != 0) {
+        addAsciiInFrontOfZero(at, regular);
+        return;
+      }
     }
     // The last three bytes in front count as well.
     if (_mm512_movepi8_mask(anyOf(anyOf(a, b, c), d, loadBlock(at - 3))) == 0) {
@@ -153,7 +171,7 @@ VQ_READS_IN_PAGE VQ_TARGET_AVX512 inline RegularRun walk(const uint8_t* text, En
     const uint8_t* at = text + regular.byteCount;
     const size_t readable = end.readable(at, regular.byteCount);
     if (readable == 0) return {regular, true};
-    const size_t length = readable < blockBytes ? readable : blockBytes;
+    const size_t length = std::min(readable, blockBytes);
     uint64_t valid = lowBits(length);
     const __m512i here = loadSome(at, valid);
     BlockMasks masks{};
@@ -210,6 +228,27 @@ VQ_TARGET_AVX512 size_t countBlock(const uint8_t* text, size_t byteCount, bool c
   // The second half of a character of four bytes begins with its last byte.
   const uint64_t lasts = countsFoursTwice ? masks.firstsOfFour << 3 : 0;
   return countBits(valid & ~masks.continuations) + countBits(valid & lasts);
+}
+
+VQ_READS_IN_PAGE VQ_TARGET_AVX512 BlockCount countBlockToZero(const uint8_t* text) {
+  const uint64_t readable = lowBits(std::min(untilPageEnd(text), blockBytes));
+  const __m512i here = loadSome(text, readable);
+  const uint64_t zeros = numberOf(_mm512_testn_epi8_mask(here, here)) & readable;
+  if (zeros == 0) return {0, notRegular};
+  const uint64_t valid = _blsmsk_u64(zeros) >> 1;
+  const BlockMasks masks = masksOfOpening(here, numberOf(_mm512_movepi8_mask(here)));
+  if ((masks.faults & valid) != 0) return {0, notRegular};
+  return {countBits(valid), countBits(valid & ~masks.continuations)};
+}
+
+VQ_READS_IN_PAGE VQ_TARGET_AVX512 size_t bytesInBlock(const uint8_t* text, uint64_t characterCount) {
+  const uint64_t readable = lowBits(std::min(untilPageEnd(text), blockBytes));
+  const __m512i here = loadSome(text, readable);
+  const BlockMasks masks = masksOfOpening(here, numberOf(_mm512_movepi8_mask(here)));
+  const uint64_t starts = readable & ~masks.continuations;
+  if (countBits(starts) <= characterCount) return notRegular;
+  const uint64_t valid = _pdep_u64(uint64_t{1} << characterCount, starts) - 1;
+  return (masks.faults & valid) != 0 ? notRegular : countBits(valid);
 }
 
 VQ_TARGET_AVX512 Regular regularPrefix(const uint8_t* text, size_t byteCount) {

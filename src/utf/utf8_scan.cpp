@@ -126,6 +126,8 @@ template <class Stepping>
 Counted countTerminated(const char* text) {
   const uint8_t* bytes = bytesOf(text);
   if (!vq::cpu::hasAvx512()) return countByPieces<Stepping>(bytes, {0, 0});
+  const auto block = avx512::countBlockToZero(bytes);
+  if (block.characterCount != avx512::notRegular) return {block.byteCount, block.characterCount};
   const auto [regular, hasEnded] = avx512::regularToZero(bytes);
   const Counted counted{regular.byteCount, regular.characterCount};
   return hasEnded ? counted : countByPieces<Stepping>(bytes, counted);
@@ -194,6 +196,10 @@ void vqzsu8Lengths(const char* text, uint64_t* characterCount, uint64_t* byteCou
 
 uint64_t vqzsu8ByteLength(const char* text, uint64_t characterCount) {
   const uint8_t* bytes = bytesOf(text);
+  if (vq::cpu::hasAvx512() && characterCount - 1 < avx512::mostOfBlock - 1) {
+    const size_t byteCount = avx512::bytesInBlock(bytes, characterCount);
+    if (byteCount != avx512::notRegular) return byteCount;
+  }
   size_t at = 0;
   while (characterCount > 0) {
     const RegularRun run = regularOfCharacters(bytes + at, characterCount);
