@@ -9,8 +9,6 @@
 #include "utf/utf8_blocks_avx512.hpp"
 #include "utf/utf8_regular.hpp"
 
-#define VQ_READS_IN_PAGE __attribute__((no_sanitize("address")))
-
 namespace vq::utf8::avx512 {
 
 namespace {
@@ -18,11 +16,6 @@ namespace {
 constexpr size_t stride = 4 * blockBytes;
 // The bytes in front of a block that count.
 constexpr size_t mostBefore = 3;
-
-inline size_t untilPageEnd(const uint8_t* at) {
-  constexpr size_t page = 4096;
-  return page - reinterpret_cast<uintptr_t>(at) % page;
-}
 
 // What is known of a block: a bit for each byte.
 struct BlockMasks {

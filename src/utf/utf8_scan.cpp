@@ -92,9 +92,9 @@ Counted countCharacters(const uint8_t* text, size_t limit, size_t end) {
 template <class Stepping>
 size_t countCharacters(const char* text, uint64_t byteCount) {
   if (isShortAscii(bytesOf(text), byteCount)) return byteCount;
-  if (vq::cpu::hasAvx512() && byteCount <= avx512::mostOfBlock) {
+  if (vq::cpu::hasAvx512() && byteCount <= mostOfBlock) {
     const size_t count = avx512::countBlock(bytesOf(text), byteCount, Stepping::countsFoursTwice);
-    if (count != avx512::notRegular) return count;
+    if (count != notRegular) return count;
   }
   return countCharacters<Stepping>(bytesOf(text), byteCount, byteCount).characterCount;
 }
@@ -125,21 +125,28 @@ Counted countByPieces(const uint8_t* bytes, Counted total) {
 template <class Stepping>
 Counted countTerminated(const char* text) {
   const uint8_t* bytes = bytesOf(text);
+  const auto [byteCount, characterCount] = countBlockToZero(bytes);
+  if (characterCount != notRegular) return {byteCount, characterCount};
   if (!vq::cpu::hasAvx512()) return countByPieces<Stepping>(bytes, {0, 0});
-  const auto block = avx512::countBlockToZero(bytes);
-  if (block.characterCount != avx512::notRegular) return {block.byteCount, block.characterCount};
   const auto [regular, hasEnded] = avx512::regularToZero(bytes);
   const Counted counted{regular.byteCount, regular.characterCount};
   return hasEnded ? counted : countByPieces<Stepping>(bytes, counted);
 }
 
-// Regular text of up to so many characters; it has ended when nothing else is near.
+// Regular text of up to so many characters.
 RegularRun regularOfCharacters(const uint8_t* text, uint64_t characterCount) {
   if (vq::cpu::hasAvx512()) return avx512::regularOfCharacters(text, characterCount);
-  constexpr size_t longestCutOff = 3;
-  // The characters have at least a byte each, so as many bytes are there to be read.
-  const Regular regular = regularPrefix(text, characterCount);
-  return {regular, regular.byteCount > 0 && regular.byteCount + longestCutOff >= characterCount};
+  if (!vq::cpu::hasAvx2()) return {Regular{}, false};
+  // The characters have at least a byte each, so as many bytes are there to be read. Near the end that would
+  // bring less and less.
+  constexpr size_t near = 256;
+  Regular regular;
+  if (characterCount >= near) regular = regularPrefix(text, characterCount);
+  RegularRun rest =
+      avx2::regularOfCharacters(text + regular.byteCount, characterCount - regular.characterCount);
+  rest.regular.byteCount += regular.byteCount;
+  rest.regular.characterCount += regular.characterCount;
+  return rest;
 }
 
 // Size and verdict of one sequence. A zero byte never continues it, so a terminated text is not left.
@@ -196,9 +203,9 @@ void vqzsu8Lengths(const char* text, uint64_t* characterCount, uint64_t* byteCou
 
 uint64_t vqzsu8ByteLength(const char* text, uint64_t characterCount) {
   const uint8_t* bytes = bytesOf(text);
-  if (vq::cpu::hasAvx512() && characterCount - 1 < avx512::mostOfBlock - 1) {
+  if (vq::cpu::hasAvx512() && characterCount - 1 < mostOfBlock - 1) {
     const size_t byteCount = avx512::bytesInBlock(bytes, characterCount);
-    if (byteCount != avx512::notRegular) return byteCount;
+    if (byteCount != notRegular) return byteCount;
   }
   size_t at = 0;
   while (characterCount > 0) {
@@ -206,8 +213,12 @@ uint64_t vqzsu8ByteLength(const char* text, uint64_t characterCount) {
     at += run.regular.byteCount;
     characterCount -= run.regular.characterCount;
     if (run.hasEnded) continue;
-    for (uint64_t left = std::min<uint64_t>(characterCount, singleRun); left > 0; --left, --characterCount) {
-      at += carefulStep(bytes + at, SIZE_MAX);
+    for (uint64_t left = std::min<uint64_t>(characterCount, singleRun); left > 0;) {
+      const size_t ascii = asciiRun(bytes + at, left);
+      at += ascii > 0 ? ascii : carefulStep(bytes + at, SIZE_MAX);
+      const uint64_t stepped = ascii > 0 ? ascii : 1;
+      left -= stepped;
+      characterCount -= stepped;
     }
   }
   return at;
