@@ -2,6 +2,9 @@
 // lane for each character. Expanding puts them in their places, compressing takes them out.
 #include "utf/utf8_pairs_avx512.hpp"
 
+#include <algorithm>
+#include <bit>
+
 #include "utf/utf8_blocks_avx512.hpp"
 
 namespace vq::utf8::avx512 {
@@ -10,7 +13,6 @@ namespace {
 
 constexpr size_t groupSize = 8;
 constexpr size_t pairBytes = 6;
-constexpr uint64_t allOfGroup = (uint64_t{1} << groupSize * pairBytes) - 1;
 // Bit i of each pair.
 constexpr uint64_t inEachPair(unsigned bits) {
   uint64_t mask = 0;
@@ -37,10 +39,13 @@ VQ_TARGET_AVX512 inline uint64_t equalMasked(__m512i bytes, __m512i mask, __m512
 // The code point without its low 16 bits is the plane, which counts from 1 here and from 0 there.
 VQ_TARGET_AVX512 size_t splitRun(const uint8_t* source, size_t most, uint8_t* target) {
   size_t done = 0;
-  for (; most - done >= groupSize; done += groupSize, target += groupSize * pairBytes) {
-    const __m256i four = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(source + 4 * done));
-    const __m256i marks = bitsOf(four, 0xC0C0C0F8);
-    if (_mm256_cmpneq_epi32_mask(marks, splat32x8(0x808080F0)) != 0) break;
+  for (size_t run = groupSize; run == groupSize && done < most; done += run) {
+    const size_t count = std::min(most - done, groupSize);
+    const auto lanes = static_cast<__mmask8>(lowBits(count));
+    const __m256i four = _mm256_maskz_loadu_epi32(lanes, source + 4 * done);
+    const uint32_t others =
+        _mm256_mask_cmpneq_epi32_mask(lanes, bitsOf(four, 0xC0C0C0F8), splat32x8(0x808080F0));
+    run = others == 0 ? count : static_cast<size_t>(std::countr_zero(others));
     const __m256i plane =
         _mm256_or_si256(_mm256_slli_epi32(bitsOf(four, 7), 2), bitsOf(_mm256_srli_epi32(four, 12), 3));
     const __m256i high =
@@ -48,23 +53,25 @@ VQ_TARGET_AVX512 size_t splitRun(const uint8_t* source, size_t most, uint8_t* ta
     const __m256i middle = _mm256_or_si256(_mm256_slli_epi32(bitsOf(four, 0x0F00), 2),
                                            bitsOf(_mm256_srli_epi32(four, 12), 0x0300));
     const __m256i low = bitsOf(four, 0xFF0F0000);
-    const __m256i lanes = anyOf(high, middle, low, splat32x8(0x00B08000));
-    const __m512i pairs = _mm512_mask_expand_epi8(splat8<0xED>(), told, _mm512_castsi256_si512(lanes));
-    _mm512_mask_storeu_epi8(target, allOfGroup, pairs);
+    const __m256i values = anyOf(high, middle, low, splat32x8(0x00B08000));
+    const __m512i pairs = _mm512_mask_expand_epi8(splat8<0xED>(), told, _mm512_castsi256_si512(values));
+    _mm512_mask_storeu_epi8(target + pairBytes * done, lowBits(pairBytes * run), pairs);
   }
   return done;
 }
 
 VQ_TARGET_AVX512 size_t joinRun(const uint8_t* source, size_t most, uint8_t* target) {
   size_t done = 0;
-  for (; most - done >= groupSize; done += groupSize) {
-    const __m512i pairs = loadSome(source + pairBytes * done, allOfGroup);
+  for (size_t run = groupSize; run == groupSize && done < most; done += run) {
+    const size_t count = std::min(most - done, groupSize);
+    const __m512i pairs = loadSome(source + pairBytes * done, lowBits(pairBytes * count));
     const uint64_t first = _mm512_cmpeq_epi8_mask(pairs, splat8<0xED>());
     const uint64_t second = equalMasked(pairs, splat8<0xE0>(), splat8<0xA0>());
     const uint64_t third = equalMasked(pairs, splat8<0xC0>(), splat8<0x80>());
     const uint64_t right =
         (first & inEachPair(0b001001)) | (second & inEachPair(0b010010)) | (third & inEachPair(0b100100));
-    if (right != allOfGroup) break;
+    const uint64_t others = lowBits(pairBytes * count) & ~right;
+    run = others == 0 ? count : static_cast<size_t>(std::countr_zero(others)) / pairBytes;
     const __m256i told4 = _mm512_castsi512_si256(_mm512_maskz_compress_epi8(told, pairs));
     const __m256i plane = _mm256_add_epi32(bitsOf(told4, 0x0F), splat32x8(1));
     const __m256i first2 =
@@ -73,7 +80,7 @@ VQ_TARGET_AVX512 size_t joinRun(const uint8_t* source, size_t most, uint8_t* tar
                                            bitsOf(_mm256_slli_epi32(told4, 12), 0x300000));
     const __m256i low = bitsOf(told4, 0xFF0F0000);
     const __m256i four = anyOf(first2, middle, low, splat32x8(0x008080F0));
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(target + 4 * done), four);
+    _mm256_mask_storeu_epi32(target + 4 * done, static_cast<__mmask8>(lowBits(run)), four);
   }
   return done;
 }

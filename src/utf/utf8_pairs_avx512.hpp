@@ -7,8 +7,8 @@
 
 namespace vq::utf8::avx512 {
 
-// Translates whole groups of the characters that come next, up to `most` characters, which are there and have
-// room, and returns how many. A group in which something else stands ends the run.
+// Translates the characters of the one form that come next, up to `most`, which are there and have room, and
+// returns how many.
 size_t splitRun(const uint8_t* source, size_t most, uint8_t* target);
 size_t joinRun(const uint8_t* source, size_t most, uint8_t* target);
 

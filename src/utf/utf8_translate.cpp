@@ -133,7 +133,7 @@ class Translation {
     const uint8_t* from = here();
     uint8_t* to = target_ + written_;
     size_t most = std::min(remaining() / 4, (targetBytes_ - written_) / 6);
-    if (vq::cpu::hasAvx512()) {
+    if (vq::cpu::hasAvx512() && most > 0 && isFourBytes(from)) {
       const size_t done = avx512::splitRun(from, most, to);
       most -= done;
       from += 4 * done;
@@ -147,7 +147,7 @@ class Translation {
     const uint8_t* from = here();
     uint8_t* to = target_ + written_;
     size_t most = std::min(remaining() / 6, (targetBytes_ - written_) / 4);
-    if (vq::cpu::hasAvx512()) {
+    if (vq::cpu::hasAvx512() && most > 0 && isSurrogate(from)) {
       const size_t done = avx512::joinRun(from, most, to);
       most -= done;
       from += 6 * done;
