@@ -1,8 +1,9 @@
 // Counting characters and lengths, beside a sum that only reads, a plain loop and the library that a program
 // would use instead.
 //
-// At 16 B the counting forms are as fast as the plain loop or faster, but for 10 to 13 ns against 10 on
-// Latin; UTF8_SLEN looks for the terminator first and stays behind it on most scripts.
+//
+// UTF8_SLEN and vqzsu8Lengths on 256 B of ASCII reach .4 to .6 of the sum: a terminator that may stand
+// anywhere costs a look by block where the sum knows its end.
 #include <glib.h>
 
 #include <cstring>

@@ -36,6 +36,7 @@ class PartnerTable {
  public:
   static constexpr size_t pageSize = 64;
 
+  bool isEmpty() const { return known_ == 0; }
   // The partners by second byte, without its upper bits, each as its two bytes in memory. Null when nothing
   // is known of characters with this first byte; no partner is 0.
   const uint16_t* pageOf(uint8_t first) const {
@@ -81,7 +82,7 @@ struct AlikeRun {
 namespace avx512 {
 // The whole characters in front of the first that do not fold alike, as far as that can be told by blocks:
 // characters of one and two bytes may differ, others must be the same. It also ends in front of a block of 64
-// bytes that are all the same, which other scans skip faster.
+// bytes that are all the same or all ASCII that folds alike, which other scans skip faster.
 AlikeRun alikeRun(const uint8_t* first, const uint8_t* second, size_t byteCount, PartnerTable& partners);
 }  // namespace avx512
 

@@ -81,9 +81,11 @@ VQ_TARGET_AVX512 AlikeRun alikeRun(const uint8_t* first, const uint8_t* second, 
     const uint64_t differs = numberOf(_mm512_cmpneq_epi8_mask(a, b));
     if (differs == 0 && length == blockBytes) break;
     const uint64_t unlike = numberOf(_mm512_cmpneq_epi8_mask(foldAscii(a), foldAscii(b)));
+    const uint64_t notAscii = numberOf(_mm512_movepi8_mask(a));
+    if ((unlike | notAscii) == 0 && length == blockBytes) break;
     uint64_t pairs = 0;
     uint64_t stops = 0;
-    if ((numberOf(_mm512_movepi8_mask(a)) | unlike) != 0) {
+    if ((unlike | notAscii) != 0) {
       if (unlike != 0) {
         pairs = numberOf(findFirstsOfTwo(a) & findFirstsOfTwo(b)) &
                 numberOf(findContinuations(a) & findContinuations(b)) >> 1;
@@ -98,7 +100,7 @@ VQ_TARGET_AVX512 AlikeRun alikeRun(const uint8_t* first, const uint8_t* second, 
     size_t alike = end;
     if (pairs != 0) {
       const uint8_t* other = second + run.byteCount;
-      const uint64_t open = pairs & ~findKnown(at, a, b, pairs, partners);
+      const uint64_t open = partners.isEmpty() ? pairs : pairs & ~findKnown(at, a, b, pairs, partners);
       if (open != 0) alike = firstUnlike(open, at, other, end, partners);
     }
     const uint64_t different = differs & lowBits(alike);
