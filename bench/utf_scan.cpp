@@ -1,7 +1,6 @@
 // Counting characters and lengths, beside a sum that only reads, a plain loop and the library that a program
 // would use instead.
 //
-//
 // UTF8_SLEN and vqzsu8Lengths on 256 B of ASCII reach .4 to .6 of the sum: a terminator that may stand
 // anywhere costs a look by block where the sum knows its end.
 #include <glib.h>
