@@ -13,8 +13,9 @@
 namespace vq {
 
 namespace detail {
+// Hidden, so that its address is known without a look at a table.
 template <uint32_t word>
-inline constexpr uint32_t splatted = word;
+__attribute__((visibility("hidden"))) inline constexpr uint32_t splatted = word;
 }
 
 template <uint32_t word>

@@ -1,13 +1,14 @@
 // Comparing UTF-8 by bytes and without regard to case, and asking about one character.
 //
 // The case-blind walks stay on bytes as long as they can: blocks that agree are skipped, ASCII folds by rule,
-// and only characters that differ are decoded and folded by the host, which is asked once for each character
-// of a call where it can be remembered.
+// and only characters that differ are decoded and folded by the host, which is asked once for each pair of
+// them in a call where that can be remembered.
 #include <algorithm>
 #include <cstring>
 
 #include "frame/handle.hpp"
 #include "text/case_map.hpp"
+#include "text/cpu.hpp"
 #include "text/scan.hpp"
 #include "utf/utf8_alike.hpp"
 #include "utf/utf_steps.hpp"
@@ -24,15 +25,6 @@ using namespace vq::utf8;
 const uint8_t* bytesOf(const char* text) {
   return reinterpret_cast<const uint8_t*>(text);
 }
-
-// The host's lower case, or the library's own where there is no host to ask.
-struct HostFold {
-  VQNls* nls = Exported_VQHandle == nullptr ? nullptr : Exported_VQHandle->kernelNls;
-
-  VQChar operator()(VQChar c) const {
-    return nls == nullptr ? vq::text::lowerByTable(c) : nls->nlsToLower(nls, c, 1);
-  }
-};
 
 // As vqzstlo lowers one element: below 0x80 by the table, whatever the host says. Beyond 0xFFFF the two
 // agree.
@@ -177,7 +169,7 @@ size_t boundaryBefore(const uint8_t* text, size_t limit) {
 // character before the next is tried.
 class BlockSkips {
  public:
-  bool isDue(size_t span) const { return span >= blockBytes && stretch_ == 0; }
+  bool isDue(size_t span) const { return span >= leastBytes_ && stretch_ == 0; }
   void countStep() {
     if (stretch_ > 0) --stretch_;
   }
@@ -185,11 +177,34 @@ class BlockSkips {
     if (skipped < blockBytes) stretch_ = stretchLength;
   }
 
- private:
   static constexpr size_t blockBytes = 32;
+
+ private:
   static constexpr size_t stretchLength = 64;
+  // Blocks under a mask may be short.
+  size_t leastBytes_ = vq::cpu::hasAvx512() ? 1 : blockBytes;
   size_t stretch_ = 0;
 };
+
+// The bytes that both texts go together from here, as far as blocks tell it; ends on a whole character. Says
+// where the first bytes differ only when that is asked for.
+AlikeRun skipBlocks(const Pair& at, size_t reach, PartnerTable& partners, bool findsDifference) {
+  AlikeRun run;
+  if (vq::cpu::hasAvx512()) run = avx512::alikeRun(at.first, at.second, reach, partners);
+  const uint8_t* first = at.first + run.byteCount;
+  const uint8_t* second = at.second + run.byteCount;
+  size_t left = reach - run.byteCount;
+  if (left < BlockSkips::blockBytes) return run;
+  const size_t ascii = asciiFoldedPrefix(first, second, left);
+  if (findsDifference && run.firstDifference == AlikeRun::none) {
+    const size_t exact = vq::text::firstDifference(first, second, ascii);
+    if (exact < ascii) run.firstDifference = run.byteCount + exact;
+  }
+  left -= ascii;
+  const size_t same = vq::text::firstDifference(first + ascii, second + ascii, left);
+  run.byteCount += ascii + boundaryBefore(first + ascii, same);
+  return run;
+}
 
 }  // namespace
 
@@ -251,7 +266,7 @@ class NormWalk {
     BlockSkips skips;
     while (span_ > 0 && at_.secondLeft > 0) {
       if (const size_t reach = std::min(span_, at_.secondLeft); skips.isDue(reach)) {
-        const size_t skipped = skipBlocks(reach);
+        const size_t skipped = skip(reach);
         skips.report(skipped);
         if (skipped > 0) continue;
       }
@@ -276,18 +291,11 @@ class NormWalk {
     if (tie_ == 0) tie_ = isFirstSmaller ? -1 : 1;
   }
 
-  size_t skipBlocks(size_t reach) {
-    const size_t ascii = asciiFoldedPrefix(at_.first, at_.second, reach);
-    if (tie_ == 0) {
-      const size_t exact = vq::text::firstDifference(at_.first, at_.second, ascii);
-      if (exact < ascii) setTie(at_.first[exact] < at_.second[exact]);
-    }
-    advance(ascii, ascii);
-    reach -= ascii;
-    const size_t same = vq::text::firstDifference(at_.first, at_.second, reach);
-    const size_t whole = boundaryBefore(at_.first, same);
-    advance(whole, whole);
-    return ascii + whole;
+  size_t skip(size_t reach) {
+    const auto [byteCount, different] = skipBlocks(at_, reach, partners_, tie_ == 0);
+    if (different < byteCount) setTie(at_.first[different] < at_.second[different]);
+    advance(byteCount, byteCount);
+    return byteCount;
   }
 
   // One character of each text; the result when it is decided.
@@ -336,6 +344,7 @@ class NormWalk {
   int32_t tie_ = 0;
   Remembered<HostFold> fold_;
   AlikePairs pairs_;
+  PartnerTable partners_;
 };
 
 // A byte below 0x80 folds by its table, whatever the host says.
@@ -359,16 +368,14 @@ uint32_t vqzsu8NormEqual(const char* first, uint64_t firstBytes, const char* sec
   Pair at{bytesOf(first), bytesOf(second), firstBytes, secondBytes};
   Remembered<ElementFold> fold;
   AlikePairs pairs;
+  PartnerTable partners;
   BlockSkips skips;
   while (at.firstLeft > 0 && at.secondLeft > 0) {
     if (const size_t reach = std::min(at.firstLeft, at.secondLeft); skips.isDue(reach)) {
-      const size_t ascii = asciiFoldedPrefix(at.first, at.second, reach);
-      at.advance(ascii, ascii);
-      const size_t same = vq::text::firstDifference(at.first, at.second, reach - ascii);
-      const size_t whole = boundaryBefore(at.first, same);
-      at.advance(whole, whole);
-      skips.report(ascii + whole);
-      if (ascii + whole > 0) continue;
+      const size_t skipped = skipBlocks(at, reach, partners, false).byteCount;
+      at.advance(skipped, skipped);
+      skips.report(skipped);
+      if (skipped > 0) continue;
     }
     skips.countStep();
     const size_t alike = alikeBytes(at, std::min(at.firstLeft, at.secondLeft), pairs, [](bool) {});

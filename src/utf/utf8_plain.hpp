@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "text/cpu.hpp"
+
 namespace vq::utf8 {
 
 // The text in which a translator has nothing to do. It is regular, and beyond that:
@@ -16,13 +18,24 @@ enum class Plain {
   fromPairs,
 };
 
+namespace avx2 {
 inline constexpr size_t leastPlainBytes = 32;
+// For texts of any length; does nothing below `leastPlainBytes`.
+size_t copyPlain(const uint8_t* source, size_t byteCount, uint8_t* target, size_t room, Plain plain);
+}  // namespace avx2
+
+namespace avx512 {
+size_t copyPlain(const uint8_t* source, size_t byteCount, uint8_t* target, size_t room, Plain plain);
+}  // namespace avx512
 
 // Copies the plain text that begins at the character boundary `source` and ends on a whole character, and
 // returns its bytes. Up to `byteCount` are read, no more than `room` are stored. Up to three bytes of the
 // target behind the result may have been stored too, but only where six or more have room there: whatever a
-// translator puts next then covers them. Nothing at all for texts or room below `leastPlainBytes`, and on
-// processors without vector code.
-size_t copyPlain(const uint8_t* source, size_t byteCount, uint8_t* target, size_t room, Plain plain);
+// translator puts next then covers them. Nothing at all on processors without vector code, and where text or
+// room are too short for a block.
+inline size_t copyPlain(const uint8_t* source, size_t byteCount, uint8_t* target, size_t room, Plain plain) {
+  if (cpu::hasAvx512()) return avx512::copyPlain(source, byteCount, target, room, plain);
+  return cpu::hasAvx2() ? avx2::copyPlain(source, byteCount, target, room, plain) : 0;
+}
 
 }  // namespace vq::utf8

@@ -6,6 +6,7 @@
 #include <bit>
 #include <cstring>
 
+#include "text/cpu.hpp"
 #include "utf/utf8_bytes.hpp"
 #include "utf/utf8_regular.hpp"
 #include "vqstring/utf.h"
@@ -21,18 +22,18 @@ const uint8_t* bytesOf(const char* text) {
 // The ways of stepping over a character, each with what it counts in regular text.
 struct Blind {
   static size_t step(const uint8_t* at, size_t remaining) { return blindStep(at, remaining); }
-  static size_t countOf(const Regular& regular) { return regular.characterCount; }
+  static constexpr bool countsFoursTwice = false;
 };
 struct Careful {
   static size_t step(const uint8_t* at, size_t remaining) { return carefulStep(at, remaining); }
-  static size_t countOf(const Regular& regular) { return regular.characterCount; }
+  static constexpr bool countsFoursTwice = false;
 };
 // At most three bytes a step, so that the last byte of a four-byte character is a step of its own.
 struct UpToThree {
   static size_t step(const uint8_t* at, size_t remaining) {
     return std::min<size_t>(std::min<size_t>(_utf8_len[*at], 3), remaining);
   }
-  static size_t countOf(const Regular& regular) { return regular.characterCount + regular.fourByteCount; }
+  static constexpr bool countsFoursTwice = true;
 };
 
 // How far to step singly where a block is not regular, before blocks are tried again.
@@ -72,7 +73,7 @@ Counted countCharacters(const uint8_t* text, size_t limit, size_t end) {
   while (at < limit) {
     const Regular regular = regularPrefix(text + at, limit - at);
     at += regular.byteCount;
-    characters += Stepping::countOf(regular);
+    characters += regular.characterCount + (Stepping::countsFoursTwice ? regular.fourByteCount : 0);
     const size_t stop = std::min(limit, at + singleRun);
     // Blocks need a first byte to begin with.
     while (at < stop || (at < limit && isContinuation(text[at]))) {
@@ -91,18 +92,22 @@ Counted countCharacters(const uint8_t* text, size_t limit, size_t end) {
 template <class Stepping>
 size_t countCharacters(const char* text, uint64_t byteCount) {
   if (isShortAscii(bytesOf(text), byteCount)) return byteCount;
+  if (vq::cpu::hasAvx512() && byteCount <= mostOfBlock) {
+    const size_t count = avx512::countBlock(bytesOf(text), byteCount, Stepping::countsFoursTwice);
+    if (count != notRegular) return count;
+  }
   return countCharacters<Stepping>(bytesOf(text), byteCount, byteCount).characterCount;
 }
 
+// Goes on from the character boundary where `total` ends.
+//
 // The terminator is looked for in pieces that stay in the nearest cache, so that counting them afterwards
 // costs no second way to memory.
 template <class Stepping>
-Counted countTerminated(const char* text) {
+Counted countByPieces(const uint8_t* bytes, Counted total) {
   constexpr size_t pieceBytes = 8192;
   constexpr size_t longestCharacter = 6;
-  const uint8_t* bytes = bytesOf(text);
-  Counted total{0, 0};
-  for (size_t known = 0;;) {
+  for (size_t known = total.byteCount;;) {
     const void* terminator = std::memchr(bytes + known, 0, pieceBytes);
     const bool isLast = terminator != nullptr;
     known =
@@ -115,6 +120,33 @@ Counted countTerminated(const char* text) {
     total.characterCount += piece.characterCount;
     if (isLast) return total;
   }
+}
+
+template <class Stepping>
+Counted countTerminated(const char* text) {
+  const uint8_t* bytes = bytesOf(text);
+  const auto [byteCount, characterCount] = countBlockToZero(bytes);
+  if (characterCount != notRegular) return {byteCount, characterCount};
+  if (!vq::cpu::hasAvx512()) return countByPieces<Stepping>(bytes, {0, 0});
+  const auto [regular, hasEnded] = avx512::regularToZero(bytes);
+  const Counted counted{regular.byteCount, regular.characterCount};
+  return hasEnded ? counted : countByPieces<Stepping>(bytes, counted);
+}
+
+// Regular text of up to so many characters.
+RegularRun regularOfCharacters(const uint8_t* text, uint64_t characterCount) {
+  if (vq::cpu::hasAvx512()) return avx512::regularOfCharacters(text, characterCount);
+  if (!vq::cpu::hasAvx2()) return {Regular{}, false};
+  // The characters have at least a byte each, so as many bytes are there to be read. Near the end that would
+  // bring less and less.
+  constexpr size_t near = 256;
+  Regular regular;
+  if (characterCount >= near) regular = regularPrefix(text, characterCount);
+  RegularRun rest =
+      avx2::regularOfCharacters(text + regular.byteCount, characterCount - regular.characterCount);
+  rest.regular.byteCount += regular.byteCount;
+  rest.regular.characterCount += regular.characterCount;
+  return rest;
 }
 
 // Size and verdict of one sequence. A zero byte never continues it, so a terminated text is not left.
@@ -170,18 +202,23 @@ void vqzsu8Lengths(const char* text, uint64_t* characterCount, uint64_t* byteCou
 }
 
 uint64_t vqzsu8ByteLength(const char* text, uint64_t characterCount) {
-  constexpr size_t longestCutOff = 3;
   const uint8_t* bytes = bytesOf(text);
+  if (vq::cpu::hasAvx512() && characterCount - 1 < mostOfBlock - 1) {
+    const size_t byteCount = avx512::bytesInBlock(bytes, characterCount);
+    if (byteCount != notRegular) return byteCount;
+  }
   size_t at = 0;
   while (characterCount > 0) {
-    // The characters still to come have at least a byte each, so as many bytes are there to be read.
-    const Regular regular = regularPrefix(bytes + at, characterCount);
-    const bool hasEnded = regular.byteCount + longestCutOff >= characterCount;
-    at += regular.byteCount;
-    characterCount -= regular.characterCount;
-    if (hasEnded && regular.byteCount > 0) continue;
-    for (uint64_t run = std::min<uint64_t>(characterCount, singleRun); run > 0; --run, --characterCount) {
-      at += carefulStep(bytes + at, SIZE_MAX);
+    const RegularRun run = regularOfCharacters(bytes + at, characterCount);
+    at += run.regular.byteCount;
+    characterCount -= run.regular.characterCount;
+    if (run.hasEnded) continue;
+    for (uint64_t left = std::min<uint64_t>(characterCount, singleRun); left > 0;) {
+      const size_t ascii = asciiRun(bytes + at, left);
+      at += ascii > 0 ? ascii : carefulStep(bytes + at, SIZE_MAX);
+      const uint64_t stepped = ascii > 0 ? ascii : 1;
+      left -= stepped;
+      characterCount -= stepped;
     }
   }
   return at;

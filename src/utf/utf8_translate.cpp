@@ -4,7 +4,9 @@
 #include <algorithm>
 #include <cstring>
 
+#include "text/cpu.hpp"
 #include "utf/utf8_bytes.hpp"
+#include "utf/utf8_pairs_avx512.hpp"
 #include "utf/utf8_plain.hpp"
 #include "vqstring/utf.h"
 
@@ -92,7 +94,7 @@ class Translation {
         vq::utf8::copyPlain(here(), remaining(), target_ + written_, targetBytes_ - written_, plain);
     at_ += byteCount;
     written_ += byteCount;
-    if (byteCount < leastPlainBytes) nextTry_ = at_ + stretch;
+    if (byteCount < blindBytes) nextTry_ = at_ + stretch;
   }
 
   // Carries over the characters that come next and are plain by every rule, of up to three bytes, as far as
@@ -100,7 +102,7 @@ class Translation {
   void copyCharacters(bool stopsAtZero) {
     const uint8_t* from = here();
     // No further than blocks are worth another try.
-    const size_t reach = std::min({remaining(), targetBytes_ - written_, size_t{leastPlainBytes}});
+    const size_t reach = std::min({remaining(), targetBytes_ - written_, blindBytes});
     uint8_t* to = target_ + written_;
     size_t done = 0;
     for (uint64_t word; reach - done >= sizeof word; done += sizeof word) {
@@ -131,6 +133,12 @@ class Translation {
     const uint8_t* from = here();
     uint8_t* to = target_ + written_;
     size_t most = std::min(remaining() / 4, (targetBytes_ - written_) / 6);
+    if (vq::cpu::hasAvx512() && most > 0 && isFourBytes(from)) {
+      const size_t done = avx512::splitRun(from, most, to);
+      most -= done;
+      from += 4 * done;
+      to += 6 * done;
+    }
     for (; most > 0 && isFourBytes(from); --most, from += 4, to += 6) splitSupplementary(from, to);
     moveTo(from, to);
   }
@@ -139,6 +147,12 @@ class Translation {
     const uint8_t* from = here();
     uint8_t* to = target_ + written_;
     size_t most = std::min(remaining() / 6, (targetBytes_ - written_) / 4);
+    if (vq::cpu::hasAvx512() && most > 0 && isSurrogate(from)) {
+      const size_t done = avx512::joinRun(from, most, to);
+      most -= done;
+      from += 6 * done;
+      to += 4 * done;
+    }
     for (; most > 0 && isSurrogate(from) && isSurrogate(from + 3); --most, from += 6, to += 4) {
       joinSurrogates(from, from + 3, to);
     }
@@ -152,6 +166,8 @@ class Translation {
   }
 
  private:
+  // Less than this brought by blocks is little; nor are more looked at one by one in front of another try.
+  static constexpr size_t blindBytes = 32;
   static constexpr size_t stretch = 64;
 
   void moveTo(const uint8_t* from, const uint8_t* to) {
@@ -250,6 +266,7 @@ VQStatus vqzsu8Encode(const char* source, uint64_t sourceBytes, char* target, ui
   const Plain plain = rules.widensZero ? Plain::toPairsWithoutZero : Plain::toPairs;
   while (!work.isAtEnd()) {
     work.copyPlain(plain);
+    if (work.isAtEnd()) break;
     work.copyCharacters(rules.widensZero);
     if (rules.splitsSupplementary) work.splitRun();
     if (!work.isAtEnd() && !encodeCharacter(work, rules)) return work.finish(written, true);
@@ -271,6 +288,7 @@ VQStatus vqzsu8Decode(const char* source, uint64_t sourceBytes, char* target, ui
   while (!work.isAtEnd()) {
     if (pending.bytes == nullptr) {
       work.copyPlain(Plain::fromPairs);
+      if (work.isAtEnd()) break;
       work.copyCharacters(false);
       work.joinRun();
     }

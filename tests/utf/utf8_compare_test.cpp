@@ -18,6 +18,7 @@ VQChar lowerOfHost(VQNls*, VQChar c, uint64_t one) {
   if ((c >= 'A' && c <= 'Z') || (c >= 0xC0 && c <= 0xDE && c != 0xD7) || (c >= 0x410 && c <= 0x42F))
     return c + 0x20;
   if (c == 0x130) return 'i';
+  if (c == 0x1C4 || c == 0x1C5) return 0x1C6;
   if (c == 0x212A) return 'k';
   if (c == 0x1E9E) return 0xDF;
   if (c >= 0x10400 && c < 0x10428) return c + 0x28;
@@ -251,6 +252,28 @@ TEST(Comparison, LongTextsAsTheWalkUnderEveryLevel) {
         }
         check(broken, broken.substr(0, random() % text.size()));
       }
+    }
+  });
+}
+
+// A character beside now one, now another that folds like it, and at last beside one that does not.
+TEST(Comparison, CharactersWithSeveralPartnersUnderEveryLevel) {
+  const UnderHost host;
+  std::mt19937 random(11);
+  test::underEveryLevel([&] {
+    for (int round = 0; round < 200; ++round) {
+      std::u32string first;
+      std::u32string second;
+      for (size_t left = random() % 120; left > 0; --left) {
+        first += random() % 5 == 0 ? U'x' : static_cast<VQChar>(0x1C4 + random() % 3);
+        second += first.back() == U'x' ? U'X' : static_cast<VQChar>(0x1C4 + random() % 3);
+      }
+      if (!second.empty() && random() % 2 == 0) second[random() % second.size()] += 3;
+      const std::string a = test::encode(first);
+      const std::string b = test::encode(second);
+      const Verdicts verdicts = compare(a, b);
+      ASSERT_EQ(verdicts.blind, walkCompare(a, b)) << testing::PrintToString(a) << testing::PrintToString(b);
+      ASSERT_EQ(verdicts.equal, walkEqual(a, b)) << testing::PrintToString(a) << testing::PrintToString(b);
     }
   });
 }

@@ -80,14 +80,49 @@ TEST(Utf8Counting, BrokenTextsUnderEveryLevel) {
   });
 }
 
-TEST(Utf8Counting, TerminatedTextOfSeveralPieces) {
+TEST(Utf8Counting, TerminatedTextOfSeveralPiecesUnderEveryLevel) {
   std::mt19937 random(1);
+  test::underEveryLevel([&] {
+    for (const test::Script script : test::scripts) {
+      for (size_t count : {8190, 8192, 16385, 40000}) {
+        const std::string text = test::encode(test::sampleText(script, count, random));
+        checkTerminatedCounts(reinterpret_cast<const uint8_t*>(text.data()), text.size());
+      }
+    }
+  });
+}
+
+// The copy ends with a page, so it crosses from one into another a page's size in front of its end.
+TEST(Utf8Counting, BreaksNearTheEndOfAPageUnderEveryLevel) {
+  constexpr size_t page = 4096;
+  constexpr size_t near = 70;
+  std::mt19937 random(2);
   for (const test::Script script : test::scripts) {
-    for (size_t count : {8190, 8192, 16385, 40000}) {
-      const std::string text = test::encode(test::sampleText(script, count, random));
-      checkTerminatedCounts(reinterpret_cast<const uint8_t*>(text.data()), text.size());
+    std::string text = test::encode(test::sampleText(script, page + 2 * near, random)).substr(0, page + near);
+    for (size_t round = 0; round < 4 * near; ++round) {
+      const size_t place = round < 2 * near ? round : random() % text.size();
+      const char before = text[place];
+      text[place] = static_cast<char>(test::turningBytes[random() % std::size(test::turningBytes)]);
+      test::underEveryLevel(
+          [&] { checkTerminatedCounts(reinterpret_cast<const uint8_t*>(text.data()), text.size()); });
+      text[place] = before;
     }
   }
+}
+
+TEST(Utf8Counting, ByteLengthReadsItsCharactersAlone) {
+  static const test::GuardedRoom<char> room(4096);
+  std::mt19937 random(3);
+  test::underEveryLevel([&] {
+    for (const test::Script script : test::scripts) {
+      for (size_t count = 1; count < 400; ++count) {
+        const std::string text = test::encode(test::sampleText(script, count, random));
+        char* copy = room.last(text.size());
+        std::memcpy(copy, text.data(), text.size());
+        ASSERT_EQ(vqzsu8ByteLength(copy, count), text.size());
+      }
+    }
+  });
 }
 
 TEST(Utf8Counting, NullTextsAndPointers) {

@@ -26,7 +26,7 @@ using Translator = VQStatus (*)(const char*, uint64_t, char*, uint64_t, uint64_t
 
 // Nothing behind `written` may be touched, but for the blanks of a plain copy.
 Translated translate(Translator translator, const std::string& text, uint32_t flags, size_t room) {
-  static const test::GuardedRoom<char> sources(1024);
+  static const test::GuardedRoom<char> sources(8192);
   static const test::GuardedRoom<char> targets(8192);
   char* source = sources.last(text.size());
   std::memcpy(source, text.data(), text.size());
@@ -223,6 +223,30 @@ TEST(Translation, DecodesAsThePlainFormUnderEveryLevel) {
       for (size_t i = 2; i < results.size(); ++i) ASSERT_EQ(results[i], results[i - 2]);
     }
   });
+}
+
+// Long enough for several strides, with a few breaks anywhere, into room of many sizes.
+TEST(Translation, LongBrokenTextsAsThePlainFormUnderEveryLevel) {
+  std::mt19937 random(10);
+  const auto check = [&](Translator translator, std::string text) {
+    for (size_t breaks = random() % 4; breaks > 0; --breaks) {
+      text[random() % text.size()] =
+          static_cast<char>(test::turningBytes[random() % std::size(test::turningBytes)]);
+    }
+    const uint32_t flags = random() % 2 == 0 ? 0 : U8_MODIFIED;
+    const size_t room = random() % 2 == 0 ? 4 * ample : text.size() - random() % 300;
+    std::vector<Translated> results;
+    test::underEveryLevel([&] { results.push_back(translate(translator, text, flags, room)); });
+    for (size_t i = 1; i < results.size(); ++i) ASSERT_EQ(results[i], results[0]);
+  };
+  for (int round = 0; round < 400; ++round) {
+    for (const test::Script script : test::scripts) {
+      const std::string text = test::encode(test::sampleText(script, 400 + random() % 400, random));
+      check(vqzsu8Encode, text);
+      check(vqzsu8Decode, text);
+      check(vqzsu8Decode, translate(vqzsu8Encode, text, U8_MODIFIED, 4 * ample).text);
+    }
+  }
 }
 
 TEST(Field, CutsAndFillsWithBlanks) {

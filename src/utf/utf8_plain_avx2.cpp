@@ -12,7 +12,7 @@
 #include "text/cpu.hpp"
 #include "utf/splat_avx2.hpp"
 
-namespace vq::utf8 {
+namespace vq::utf8::avx2 {
 
 namespace {
 
@@ -172,7 +172,7 @@ VQ_TARGET_AVX2 size_t copyPlainAvx2(const uint8_t* source, size_t byteCount, uin
 
 size_t copyPlain(const uint8_t* source, size_t byteCount, uint8_t* target, size_t room, Plain plain) {
   byteCount = std::min(byteCount, room);
-  if (byteCount < leastPlainBytes || !cpu::hasAvx2()) return 0;
+  if (byteCount < leastPlainBytes) return 0;
   switch (plain) {
     case Plain::toPairs:
       return copyPlainAvx2<Plain::toPairs>(source, byteCount, target, room);
@@ -183,4 +183,4 @@ size_t copyPlain(const uint8_t* source, size_t byteCount, uint8_t* target, size_
   }
 }
 
-}  // namespace vq::utf8
+}  // namespace vq::utf8::avx2

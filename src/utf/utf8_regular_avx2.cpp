@@ -8,7 +8,7 @@
 #include "text/cpu.hpp"
 #include "utf/splat_avx2.hpp"
 
-namespace vq::utf8 {
+namespace vq::utf8::avx2 {
 
 namespace {
 
@@ -84,6 +84,13 @@ VQ_TARGET_AVX2 inline bool addRegular(const uint8_t* at, Regular& regular) {
   return true;
 }
 
+VQ_TARGET_AVX2 inline size_t countBits(uint64_t mask) {
+  return static_cast<size_t>(__builtin_popcountll(mask));
+}
+// The highest bit alone.
+VQ_TARGET_AVX2 inline uint64_t lastBit(uint64_t mask) {
+  return mask == 0 ? 0 : uint64_t{1} << 63 >> __builtin_clzll(mask);
+}
 VQ_TARGET_AVX2 inline uint64_t maskOf(__m256i bytes) {
   return static_cast<uint32_t>(_mm256_movemask_epi8(bytes));
 }
@@ -102,17 +109,19 @@ struct Short {
   uint64_t firstOfFive;
 };
 
-VQ_TARGET_AVX2 inline Short readUpTo64(const uint8_t* text, size_t byteCount) {
-  const __m256i a = loadBytes(text);
-  const __m256i b = loadBytes(text + byteCount - 32);
+VQ_TARGET_AVX2 inline Short shortOf(__m256i a, __m256i b, size_t byteCount) {
   const size_t place = byteCount - 32;
+  const auto lay = [place](uint64_t first, uint64_t second) { return first | second << place; };
   return {byteCount,
-          maskOf(a) | maskOf(b) << place,
-          maskOf(_mm256_cmpgt_epi8(splat8<0xC0>(), a)) | maskOf(_mm256_cmpgt_epi8(splat8<0xC0>(), b))
-                                                             << place,
-          maskOf(from(splat8<0xE0>(), a)) | maskOf(from(splat8<0xE0>(), b)) << place,
-          maskOf(from(splat8<0xF0>(), a)) | maskOf(from(splat8<0xF0>(), b)) << place,
-          maskOf(from(splat8<0xF8>(), a)) | maskOf(from(splat8<0xF8>(), b)) << place};
+          lay(maskOf(a), maskOf(b)),
+          lay(maskOf(_mm256_cmpgt_epi8(splat8<0xC0>(), a)), maskOf(_mm256_cmpgt_epi8(splat8<0xC0>(), b))),
+          lay(maskOf(from(splat8<0xE0>(), a)), maskOf(from(splat8<0xE0>(), b))),
+          lay(maskOf(from(splat8<0xF0>(), a)), maskOf(from(splat8<0xF0>(), b))),
+          lay(maskOf(from(splat8<0xF8>(), a)), maskOf(from(splat8<0xF8>(), b)))};
+}
+
+VQ_TARGET_AVX2 inline Short readUpTo64(const uint8_t* text, size_t byteCount) {
+  return shortOf(loadBytes(text), loadBytes(text + byteCount - 32), byteCount);
 }
 
 // Up to 32: both pieces in one vector, filled with zeros.
@@ -141,14 +150,18 @@ VQ_TARGET_AVX2 inline Short readUpTo32(const uint8_t* text, size_t byteCount) {
           lay(maskOf(from(splat8<0xF8>(), both)))};
 }
 
+// A bit for each byte that continues and is not due, or the reverse, and for first bytes of five and more.
+VQ_TARGET_AVX2 inline uint64_t faultsOf(const Short& text) {
+  const uint64_t firsts = text.beyondAscii & ~text.continuations;
+  const uint64_t due = firsts << 1 | text.firstOfThree << 2 | text.firstOfFour << 3;
+  return (due ^ text.continuations) | text.firstOfFive;
+}
+
 // The whole of a short text when it is regular, but for a character that its end cuts off: that one counts
 // as if it were whole.
 VQ_TARGET_AVX2 inline Regular judge(const Short& text) {
   if (text.beyondAscii == 0) return {text.byteCount, text.byteCount, 0};
-  const uint64_t firsts = text.beyondAscii & ~text.continuations;
-  const uint64_t due = firsts << 1 | text.firstOfThree << 2 | text.firstOfFour << 3;
-  const uint64_t wrong = due ^ text.continuations;
-  if (text.firstOfFive != 0 || wrong << (64 - text.byteCount) != 0) return {};
+  if (faultsOf(text) << (64 - text.byteCount) != 0) return {};
   return {text.byteCount, text.byteCount - static_cast<size_t>(__builtin_popcountll(text.continuations)),
           static_cast<size_t>(__builtin_popcountll(text.firstOfFour))};
 }
@@ -169,7 +182,9 @@ VQ_TARGET_AVX2 inline void addTail(const uint8_t* end, size_t byteCount, Regular
   regular.fourByteCount += countNew(maskOf(from(splat8<0xF0>(), loadBytes(at))));
 }
 
-VQ_TARGET_AVX2 Regular regularPrefixAvx2(const uint8_t* text, size_t byteCount) {
+}  // namespace
+
+VQ_TARGET_AVX2 Regular regularPrefix(const uint8_t* text, size_t byteCount) {
   Regular regular;
   if (byteCount <= 32) {
     regular = judge(readUpTo32(text, byteCount));
@@ -195,10 +210,39 @@ VQ_TARGET_AVX2 Regular regularPrefixAvx2(const uint8_t* text, size_t byteCount) 
   return regular;
 }
 
-}  // namespace
+// Near the end of a page all of these leave the text to others.
 
-Regular regularBlocks(const uint8_t* text, size_t byteCount) {
-  return cpu::hasAvx2() ? regularPrefixAvx2(text, byteCount) : Regular{};
+VQ_READS_IN_PAGE VQ_TARGET_AVX2 BlockCount countBlockToZero(const uint8_t* text) {
+  if (untilPageEnd(text) < mostOfBlock) return {0, notRegular};
+  const __m256i a = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(text));
+  const __m256i b = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(text + 32));
+  const __m256i zero = _mm256_setzero_si256();
+  const uint64_t zeros = maskOf(_mm256_cmpeq_epi8(a, zero)) | maskOf(_mm256_cmpeq_epi8(b, zero)) << 32;
+  if (zeros == 0) return {0, notRegular};
+  const uint64_t valid = (zeros ^ (zeros - 1)) >> 1;
+  const Short block = shortOf(a, b, mostOfBlock);
+  if ((faultsOf(block) & valid) != 0) return {0, notRegular};
+  return {countBits(valid), countBits(valid & ~block.continuations)};
 }
 
-}  // namespace vq::utf8
+VQ_READS_IN_PAGE VQ_TARGET_AVX2 RegularRun regularOfCharacters(const uint8_t* text, uint64_t characterCount) {
+  Regular regular;
+  while (regular.characterCount < characterCount && untilPageEnd(text + regular.byteCount) >= mostOfBlock) {
+    const uint8_t* at = text + regular.byteCount;
+    const Short block = shortOf(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(at)),
+                                _mm256_loadu_si256(reinterpret_cast<const __m256i*>(at + 32)), mostOfBlock);
+    const uint64_t starts = ~block.continuations;
+    const uint64_t left = characterCount - regular.characterCount;
+    const bool hasEnded = countBits(starts) > left;
+    // It ends where the character behind the last one starts; else the last start is the next block's.
+    const uint64_t next = hasEnded ? _pdep_u64(uint64_t{1} << left, starts) : lastBit(starts);
+    const uint64_t valid = next - 1;
+    if (next <= 1 || (faultsOf(block) & valid) != 0) break;
+    regular.byteCount += countBits(valid);
+    regular.characterCount += countBits(valid & starts);
+    if (hasEnded) return {regular, true};
+  }
+  return {regular, false};
+}
+
+}  // namespace vq::utf8::avx2
