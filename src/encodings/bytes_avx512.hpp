@@ -2,27 +2,13 @@
 // or as wide elements, so that a step can be cut to what is there.
 #pragma once
 
-#ifndef __clang__
-// GCC's own header leaves operands undefined on purpose and then warns of them.
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#pragma GCC diagnostic ignored "-Wuninitialized"
-#endif
-#include <immintrin.h>
-
 #include <array>
 #include <cstdint>
 
-#include "text/cpu.hpp"
+#include "text/avx512.hpp"
 #include "vqstring/base.h"
 
-#define VQ_INLINE_AVX512 VQ_TARGET_AVX512 __attribute__((always_inline)) inline
-
 namespace vq::avx512 {
-
-// The low `count` bits, up to 64.
-VQ_INLINE_AVX512 __mmask64 lowBits(uint64_t count) {
-  return _cvtu64_mask64(_bzhi_u64(UINT64_MAX, static_cast<uint32_t>(count)));
-}
 
 // Which byte each byte of a permuted vector is.
 using Places = std::array<uint8_t, 64>;

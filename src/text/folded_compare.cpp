@@ -162,7 +162,7 @@ VQ_INLINE_AVX512 Undecided nextUndecided(const VQChar* first, const VQChar* seco
     if (mask != 0) return {block, mask};
   }
   if (block >= count) return {count, 0};
-  return {block, undecidedInWide(firstLanes(count - block), first + block, second + block)};
+  return {block, undecidedInWide(avx512::lowBits(count - block), first + block, second + block)};
 }
 
 VQ_TARGET_AVX512 __attribute__((noinline)) Undecided nextUndecidedBehind(const VQChar* first,

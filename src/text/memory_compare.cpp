@@ -135,7 +135,7 @@ VQ_INLINE_AVX512 uint64_t differenceByWideBlocks(const Element* first, const Ele
                                                  uint64_t count) {
   constexpr uint64_t lanes = wideLanes<Element>, pair = 2 * lanes, step = 4 * lanes;
   if (count <= lanes) {
-    const uint64_t run = firstLanes(count);
+    const uint64_t run = avx512::lowBits(count);
     const uint64_t found = differentLanes<Element>(run, loadLanes(run, first), loadLanes(run, second));
     return found == 0 ? none : static_cast<uint64_t>(std::countr_zero(found));
   }

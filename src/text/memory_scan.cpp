@@ -129,7 +129,7 @@ VQ_INLINE_AVX512 uint64_t scanByWideBlocks(const Element* buffer, uint64_t count
   constexpr uint64_t lanes = wideLanes<Element>, pair = 2 * lanes, step = 4 * lanes;
   const __m512i values = splatWide(value);
   if (count <= lanes) {
-    const uint64_t run = firstLanes(count);
+    const uint64_t run = avx512::lowBits(count);
     const __m512i block = loadLanes(run, buffer);
     const uint64_t found = wanted == Wanted::equal ? equalLanes<Element>(run, block, values)
                                                    : differentLanes<Element>(run, block, values);

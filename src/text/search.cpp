@@ -198,10 +198,10 @@ class Search {
   // the last element.
   template <bool isNeedleShort>
   VQ_INLINE_AVX512 uint64_t tryPlaces(uint64_t at, uint64_t end, __m512i first, __m512i last) {
-    const uint64_t whole = isNeedleShort ? firstLanes(last_) : 0;
+    const uint64_t whole = isNeedleShort ? avx512::lowBits(last_) : 0;
     const __m512i needle = loadLanes(whole, needle_);
     for (; at < end; at += 64) {
-      const uint64_t run = firstLanes(end - at < 64 ? end - at : 64);
+      const uint64_t run = avx512::lowBits(end - at < 64 ? end - at : 64);
       for (uint64_t mask = candidatesIn(run, text_ + at, first, last); mask != 0; mask &= mask - 1) {
         const uint64_t candidate = at + static_cast<uint64_t>(std::countr_zero(mask));
         if constexpr (isNeedleShort) {

@@ -4,14 +4,10 @@
 // not read, so a run of up to a block takes no branch on its length.
 #pragma once
 
-#include <immintrin.h>
-
 #include <bit>
 
-#include "text/cpu.hpp"
+#include "text/avx512.hpp"
 #include "vqstring/base.h"
-
-#define VQ_INLINE_AVX512 VQ_TARGET_AVX512 __attribute__((always_inline)) inline
 
 namespace vq::text {
 
@@ -29,11 +25,6 @@ VQ_INLINE_AVX512 __m512i splatWide(uint8_t value) {
 }
 VQ_INLINE_AVX512 __m512i splatWide(VQChar value) {
   return _mm512_set1_epi32(static_cast<int>(value));
-}
-
-// The mask of the first `count` elements of a block that has at least as many.
-VQ_INLINE_AVX512 uint64_t firstLanes(uint64_t count) {
-  return _bzhi_u64(~uint64_t{0}, static_cast<uint32_t>(count));
 }
 
 // The elements of a mask, zero in all other places.

@@ -8,16 +8,9 @@
 // The bytes of sixteen characters, or of thirty-two that are short, are spread to the upper ends of lanes,
 // one lane a character, and added up by weight. The markers are added too: as each length has its own sum of
 // markers, the right one to take off is the one that leaves the least.
-#ifndef __clang__
-// GCC's own header leaves operands undefined on purpose and then warns of them.
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#pragma GCC diagnostic ignored "-Wuninitialized"
-#endif
-#include <immintrin.h>
-
 #include <bit>
 
-#include "text/cpu.hpp"
+#include "text/avx512.hpp"
 #include "utf/transcode_avx512.hpp"
 #include "utf/transcode_portable.hpp"
 
@@ -36,9 +29,8 @@ constexpr uint32_t markers2 = (0xC0 << 6) + 0x80;
 constexpr uint32_t markers3 = (0xE0 << 12) + (0x80 << 6) + 0x80;
 constexpr uint32_t markers4 = (0xF0 << 18) + (0x80 << 12) + (0x80 << 6) + 0x80;
 
-VQ_TARGET_AVX512 inline uint64_t lowBits(size_t count) {
-  return _bzhi_u64(~uint64_t{0}, static_cast<unsigned>(count));
-}
+using vq::avx512::lowBits;
+
 VQ_TARGET_AVX512 inline __m512i splat8(uint8_t byte) {
   return _mm512_set1_epi8(static_cast<char>(byte));
 }

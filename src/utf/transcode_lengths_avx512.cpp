@@ -1,20 +1,15 @@
 // Lengths of converted text with AVX-512: whole vectors, and one under a mask for the rest.
-#ifndef __clang__
-// GCC's own header leaves operands undefined on purpose and then warns of them.
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#pragma GCC diagnostic ignored "-Wuninitialized"
-#endif
-#include <immintrin.h>
-
 #include <algorithm>
 #include <bit>
 
-#include "text/cpu.hpp"
+#include "text/avx512.hpp"
 #include "utf/transcode_avx512.hpp"
 
 namespace vq::transcode::avx512 {
 
 namespace {
+
+using vq::avx512::lowBits;
 
 VQ_TARGET_AVX512 inline size_t continuationsOf(__m512i bytes) {
   const __m512i firstStart = _mm512_set1_epi8(static_cast<char>(0xC0));
@@ -39,7 +34,7 @@ VQ_TARGET_AVX512 size_t wideLengthOfUtf8(const uint8_t* source, size_t byteCount
     continuations += continuationsOf(_mm512_loadu_si512(source + at));
   }
   if (at < byteCount) {
-    const uint64_t rest = _bzhi_u64(~uint64_t{0}, static_cast<unsigned>(byteCount - at));
+    const uint64_t rest = lowBits(byteCount - at);
     continuations += continuationsOf(_mm512_maskz_loadu_epi8(rest, source + at));
   }
   return byteCount - continuations;
@@ -58,7 +53,7 @@ VQ_TARGET_AVX512 size_t utf8LengthOfWide(const VQChar* source, size_t elementCou
       lanes = _mm512_add_epi32(lanes, furtherBytesOf(_mm512_loadu_si512(source + at)));
     }
     if (const size_t left = elementCount - at; left < stride) {
-      const auto rest = static_cast<__mmask16>(_bzhi_u32(0xFFFF, static_cast<unsigned>(left)));
+      const auto rest = static_cast<__mmask16>(lowBits(left));
       lanes = _mm512_add_epi32(lanes, furtherBytesOf(_mm512_maskz_loadu_epi32(rest, source + at)));
       at = elementCount;
     }

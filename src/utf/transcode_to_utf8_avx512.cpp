@@ -5,16 +5,9 @@
 // of 32 otherwise, and the bytes that count are compressed into one vector; where all elements have as many
 // bytes, a fixed permutation does it. A block with an element that is no scalar value goes to the portable
 // form.
-#ifndef __clang__
-// GCC's own header leaves operands undefined on purpose and then warns of them.
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#pragma GCC diagnostic ignored "-Wuninitialized"
-#endif
-#include <immintrin.h>
-
 #include <bit>
 
-#include "text/cpu.hpp"
+#include "text/avx512.hpp"
 #include "utf/transcode_avx512.hpp"
 #include "utf/transcode_portable.hpp"
 
@@ -28,9 +21,8 @@ constexpr size_t asciiRun = 4 * groupSize;
 constexpr size_t vectorBytes = 64;
 constexpr size_t notMade = SIZE_MAX;
 
-VQ_TARGET_AVX512 inline uint64_t lowBits(size_t count) {
-  return _bzhi_u64(~uint64_t{0}, static_cast<unsigned>(count));
-}
+using vq::avx512::lowBits;
+
 VQ_TARGET_AVX512 inline __m512i splat32(uint32_t word) {
   return _mm512_set1_epi32(static_cast<int>(word));
 }

@@ -5,26 +5,18 @@
 // from the block itself and from the same block read one, two and three bytes earlier.
 #pragma once
 
-#ifndef __clang__
-// GCC's own header leaves operands undefined on purpose and then warns of them.
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#pragma GCC diagnostic ignored "-Wuninitialized"
-#endif
-#include <immintrin.h>
-
 #include <cstddef>
 #include <cstdint>
 
-#include "text/cpu.hpp"
+#include "text/avx512.hpp"
 #include "utf/splat_avx2.hpp"
 
 namespace vq::utf8::avx512 {
 
 inline constexpr size_t blockBytes = 64;
 
-VQ_TARGET_AVX512 inline uint64_t lowBits(size_t count) {
-  return _bzhi_u64(~uint64_t{0}, static_cast<unsigned>(count));
-}
+using vq::avx512::lowBits;
+
 VQ_TARGET_AVX512 inline size_t countBits(uint64_t mask) {
   return static_cast<size_t>(__builtin_popcountll(mask));
 }
