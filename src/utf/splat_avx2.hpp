@@ -16,7 +16,7 @@ namespace detail {
 // Hidden, so that its address is known without a look at a table.
 template <uint32_t word>
 __attribute__((visibility("hidden"))) inline constexpr uint32_t splatted = word;
-}
+}  // namespace detail
 
 template <uint32_t word>
 VQ_TARGET_AVX2 inline __m256i splat32() {

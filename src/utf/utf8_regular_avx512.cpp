@@ -211,6 +211,38 @@ VQ_READS_IN_PAGE VQ_TARGET_AVX512 inline RegularRun regularRun(const uint8_t* te
   return run;
 }
 
+// Where the ASCII at the start of a text ends that ends at a zero byte. Aligned blocks never reach into
+// another page.
+VQ_READS_IN_PAGE VQ_TARGET_AVX512 inline const uint8_t* endOfAscii(const uint8_t* text) {
+  const size_t skipped = reinterpret_cast<uintptr_t>(text) % blockBytes;
+  const uint8_t* at = text - skipped;
+  // Only ASCII is above zero as signed numbers.
+  const auto others = [](const uint8_t* block) VQ_TARGET_AVX512 {
+    return ~numberOf(_mm512_cmpgt_epi8_mask(loadBlock(block), _mm512_setzero_si512()));
+  };
+  uint64_t found = others(at) & ~lowBits(skipped);
+  while (found == 0) found = others(at += blockBytes);
+  return at + _tzcnt_u64(found);
+}
+
+// The same of so many bytes.
+VQ_TARGET_AVX512 inline size_t asciiPrefix(const uint8_t* text, size_t byteCount) {
+  size_t at = 0;
+  for (; byteCount - at >= blockBytes; at += blockBytes) {
+    const uint64_t notAscii = numberOf(_mm512_movepi8_mask(loadBlock(text + at)));
+    if (notAscii != 0) return at + _tzcnt_u64(notAscii);
+  }
+  const uint64_t valid = lowBits(byteCount - at);
+  return at + _tzcnt_u64(numberOf(_mm512_movepi8_mask(loadSome(text + at, valid))) | ~valid);
+}
+
+// Puts the ASCII in front of a regular text to it.
+inline Regular behindAscii(size_t asciiBytes, Regular regular) {
+  regular.byteCount += asciiBytes;
+  regular.characterCount += asciiBytes;
+  return regular;
+}
+
 }  // namespace
 
 VQ_TARGET_AVX512 size_t countBlock(const uint8_t* text, size_t byteCount, bool countsFoursTwice) {
@@ -245,13 +277,20 @@ VQ_READS_IN_PAGE VQ_TARGET_AVX512 size_t bytesInBlock(const uint8_t* text, uint6
 }
 
 VQ_TARGET_AVX512 Regular regularPrefix(const uint8_t* text, size_t byteCount) {
-  Regular regular = walk(text, ByteEnd{byteCount}).regular;
-  dropUnfinished(text, regular);
-  return regular;
+  const size_t asciiBytes = asciiPrefix(text, byteCount);
+  if (asciiBytes == byteCount) return behindAscii(asciiBytes, {});
+  const uint8_t* const rest = text + asciiBytes;
+  Regular regular = walk(rest, ByteEnd{byteCount - asciiBytes}).regular;
+  dropUnfinished(rest, regular);
+  return behindAscii(asciiBytes, regular);
 }
 
 VQ_READS_IN_PAGE VQ_TARGET_AVX512 RegularRun regularToZero(const uint8_t* text) {
-  return regularRun(text, ZeroEnd{});
+  const uint8_t* const rest = endOfAscii(text);
+  const auto asciiBytes = static_cast<size_t>(rest - text);
+  if (*rest == 0) return {behindAscii(asciiBytes, {}), true};
+  const RegularRun run = regularRun(rest, ZeroEnd{});
+  return {behindAscii(asciiBytes, run.regular), run.hasEnded};
 }
 
 VQ_READS_IN_PAGE VQ_TARGET_AVX512 RegularRun regularOfCharacters(const uint8_t* text,
