@@ -331,14 +331,9 @@ VQ_TARGET_AVX512 inline void stepBack(Place& place, const uint8_t* source) {
   --place.written;
 }
 
-}  // namespace
-
-VQ_TARGET_AVX512 Result utf8ToWide(const uint8_t* source, size_t byteCount, VQChar* target, size_t capacity) {
-  if (byteCount <= tinyText) {
-    const size_t characters = convertTiny(source, byteCount, target, capacity);
-    return characters == notMade ? portable::utf8ToWide(source, byteCount, target, capacity)
-                                 : Result{0, byteCount, characters};
-  }
+// Out of line, so that a tiny text pays for no frame.
+[[gnu::noinline]] VQ_TARGET_AVX512 Result convertLong(const uint8_t* source, size_t byteCount, VQChar* target,
+                                                      size_t capacity) {
   Place place{0, 0, 0};
   if (byteCount > windowBytes) place = convertWhole(source, byteCount, target, capacity);
   while (place.at < byteCount) {
@@ -366,6 +361,15 @@ VQ_TARGET_AVX512 Result utf8ToWide(const uint8_t* source, size_t byteCount, VQCh
   const Result rest = portable::utf8ToWide(source + place.at, byteCount - place.at, target + place.written,
                                            capacity - place.written);
   return {rest.status, place.at + rest.consumed, place.written + rest.written};
+}
+
+}  // namespace
+
+VQ_TARGET_AVX512 Result utf8ToWide(const uint8_t* source, size_t byteCount, VQChar* target, size_t capacity) {
+  if (byteCount > tinyText) return convertLong(source, byteCount, target, capacity);
+  const size_t characters = convertTiny(source, byteCount, target, capacity);
+  if (characters == notMade) return portable::utf8ToWide(source, byteCount, target, capacity);
+  return {0, byteCount, characters};
 }
 
 }  // namespace vq::transcode::avx512

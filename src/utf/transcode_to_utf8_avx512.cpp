@@ -179,16 +179,9 @@ VQ_TARGET_AVX512 inline Progress encodeBlock(const Block& block, uint8_t* target
   return encodeGroups<4>(block, target, room);
 }
 
-}  // namespace
-
-VQ_TARGET_AVX512 Result wideToUtf8(const VQChar* source, size_t elementCount, uint8_t* target,
-                                   size_t capacity) {
-  if (elementCount <= groupSize) {
-    const __m512i all = _mm512_maskz_loadu_epi32(static_cast<__mmask16>(lowBits(elementCount)), source);
-    const size_t made = encodeGroup<4>(all, elementCount, target, capacity);
-    return made == notMade ? portable::wideToUtf8(source, elementCount, target, capacity)
-                           : Result{0, elementCount, made};
-  }
+// Out of line, so that a short text pays for no frame.
+[[gnu::noinline]] VQ_TARGET_AVX512 Result encodeLong(const VQChar* source, size_t elementCount,
+                                                     uint8_t* target, size_t capacity) {
   size_t at = 0;
   size_t written = 0;
   bool wasAscii = true;
@@ -213,6 +206,17 @@ VQ_TARGET_AVX512 Result wideToUtf8(const VQChar* source, size_t elementCount, ui
   const Result rest =
       portable::wideToUtf8(source + at, elementCount - at, target + written, capacity - written);
   return {rest.status, at + rest.consumed, written + rest.written};
+}
+
+}  // namespace
+
+VQ_TARGET_AVX512 Result wideToUtf8(const VQChar* source, size_t elementCount, uint8_t* target,
+                                   size_t capacity) {
+  if (elementCount > groupSize) return encodeLong(source, elementCount, target, capacity);
+  const __m512i all = _mm512_maskz_loadu_epi32(static_cast<__mmask16>(lowBits(elementCount)), source);
+  const size_t made = encodeGroup<4>(all, elementCount, target, capacity);
+  if (made == notMade) return portable::wideToUtf8(source, elementCount, target, capacity);
+  return {0, elementCount, made};
 }
 
 }  // namespace vq::transcode::avx512

@@ -116,46 +116,58 @@ void swapBytes(VQChar* text, size_t count) {
 // How many characters the steps take where a kernel has stopped, before it is tried again.
 constexpr size_t stepRun = 16;
 
-// UTF-8 to wide text in the machine's order.
-Driven utf8ToWide(const uint8_t* source, size_t sourceBytes, VQChar* target, size_t capacity) {
-  size_t at = 0;
-  size_t count = 0;
+// UTF-8 to wide text in the machine's order, from a place where a kernel has stopped.
+[[gnu::noinline]] Driven resumeToWide(const uint8_t* source, size_t sourceBytes, VQChar* target,
+                                      size_t capacity, size_t at, size_t count) {
   while (at < sourceBytes && count < capacity) {
-    const auto made =
-        vq::transcode::utf8ToWide(source + at, sourceBytes - at, target + count, capacity - count);
-    at += made.consumed;
-    count += made.written;
     for (size_t run = stepRun; run > 0 && at < sourceBytes && count < capacity; --run) {
       const Decoded decoded = decodeUtf8(source + at, sourceBytes - at);
       if (decoded.status != 0) return {decoded.status, 4 * count};
       target[count++] = decoded.codePoint;
       at += decoded.consumed;
     }
+    const auto made =
+        vq::transcode::utf8ToWide(source + at, sourceBytes - at, target + count, capacity - count);
+    at += made.consumed;
+    count += made.written;
   }
   return {0, 4 * count};
 }
 
-// Wide text in the machine's order to UTF-8.
-Driven wideToUtf8(const VQChar* source, size_t count, uint8_t* target, size_t targetBytes) {
-  size_t at = 0;
-  size_t written = 0;
+inline Driven utf8ToWide(const uint8_t* source, size_t sourceBytes, VQChar* target, size_t capacity) {
+  const auto made = vq::transcode::utf8ToWide(source, sourceBytes, target, capacity);
+  if (made.consumed == sourceBytes) [[likely]]
+    return {0, 4 * made.written};
+  return resumeToWide(source, sourceBytes, target, capacity, made.consumed, made.written);
+}
+
+// Wide text in the machine's order to UTF-8, likewise.
+[[gnu::noinline]] Driven resumeToUtf8(const VQChar* source, size_t count, uint8_t* target, size_t targetBytes,
+                                      size_t at, size_t written) {
   while (at < count && written < targetBytes) {
-    const auto made =
-        vq::transcode::wideToUtf8(source + at, count - at, target + written, targetBytes - written);
-    at += made.consumed;
-    written += made.written;
     for (size_t run = stepRun; run > 0 && at < count && written < targetBytes; --run, ++at) {
       const Encoded encoded = encodeUtf8(source[at], target + written, targetBytes - written);
       if (encoded.status != 0) return {encoded.status, written};
       written += encoded.written;
     }
+    const auto made =
+        vq::transcode::wideToUtf8(source + at, count - at, target + written, targetBytes - written);
+    at += made.consumed;
+    written += made.written;
   }
   return {0, written};
 }
 
+inline Driven wideToUtf8(const VQChar* source, size_t count, uint8_t* target, size_t targetBytes) {
+  const auto made = vq::transcode::wideToUtf8(source, count, target, targetBytes);
+  if (made.consumed == count) [[likely]]
+    return {0, made.written};
+  return resumeToUtf8(source, count, target, targetBytes, made.consumed, made.written);
+}
+
 // The same from text in the other order, or not aligned: brought into place in pieces.
-Driven foreignWideToUtf8(const uint8_t* source, size_t count, uint8_t* target, size_t targetBytes,
-                         bool isSwapped) {
+[[gnu::noinline]] Driven foreignWideToUtf8(const uint8_t* source, size_t count, uint8_t* target,
+                                           size_t targetBytes, bool isSwapped) {
   constexpr size_t pieceElements = 512;
   VQChar piece[pieceElements];
   Driven total{0, 0};
@@ -173,9 +185,29 @@ Driven foreignWideToUtf8(const uint8_t* source, size_t count, uint8_t* target, s
   return total;
 }
 
-VQStatus report(const Driven& driven, uint64_t* written) {
+inline VQStatus report(const Driven& driven, uint64_t* written) {
   if (written != nullptr) *written = driven.written;
   return driven.status;
+}
+
+[[gnu::noinline]] VQStatus driveAnyToUtf32(const uint8_t* source, uint64_t sourceBytes, uint8_t* target,
+                                           uint64_t targetBytes, uint64_t* written, VQDecodeStep decoder,
+                                           VQEncodeStep encoder) {
+  return withDecoder(decoder, [&](auto decode) {
+    return withEncoder(encoder, [&](auto encode) {
+      return report(driveToUtf32(source, sourceBytes, target, targetBytes, decode, encode), written);
+    });
+  });
+}
+
+[[gnu::noinline]] VQStatus driveAnyFromUtf32(const uint8_t* source, uint64_t sourceBytes, uint8_t* target,
+                                             uint64_t targetBytes, uint64_t* written, VQEncodeStep encoder,
+                                             VQDecodeStep decoder) {
+  return withDecoder(decoder, [&](auto decode) {
+    return withEncoder(encoder, [&](auto encode) {
+      return report(driveFromUtf32(source, sourceBytes, target, targetBytes, encode, decode), written);
+    });
+  });
 }
 
 }  // namespace
@@ -188,11 +220,7 @@ VQStatus ConvertToUTF32(const uint8_t* source, uint64_t sourceBytes, uint8_t* ta
     if ((encoder == COPY_UTF32) != (native == Order::highFirst)) swapBytes(wide, driven.written / 4);
     return report(driven, written);
   }
-  return withDecoder(decoder, [&](auto decode) {
-    return withEncoder(encoder, [&](auto encode) {
-      return report(driveToUtf32(source, sourceBytes, target, targetBytes, decode, encode), written);
-    });
-  });
+  return driveAnyToUtf32(source, sourceBytes, target, targetBytes, written, decoder, encoder);
 }
 
 VQStatus ConvertFromUTF32(const uint8_t* source, uint64_t sourceBytes, uint8_t* target, uint64_t targetBytes,
@@ -205,11 +233,7 @@ VQStatus ConvertFromUTF32(const uint8_t* source, uint64_t sourceBytes, uint8_t* 
     return report(wideToUtf8(reinterpret_cast<const VQChar*>(source), sourceBytes / 4, target, targetBytes),
                   written);
   }
-  return withDecoder(decoder, [&](auto decode) {
-    return withEncoder(encoder, [&](auto encode) {
-      return report(driveFromUtf32(source, sourceBytes, target, targetBytes, encode, decode), written);
-    });
-  });
+  return driveAnyFromUtf32(source, sourceBytes, target, targetBytes, written, encoder, decoder);
 }
 
 VQStatus COPY_UTF(const uint8_t* source, uint64_t sourceBytes, uint8_t* target, uint64_t targetBytes,
