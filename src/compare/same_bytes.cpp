@@ -1,7 +1,8 @@
-// The long runs of same_bytes.hpp: four blocks a step, the last step ending with the runs.
+// The long runs of same_bytes.hpp. What is short among them is compared without asking for an order.
 #include "compare/same_bytes.hpp"
 
 #include "text/blocks.hpp"
+#include "vqstring/text.h"
 
 namespace vq::matching {
 
@@ -25,31 +26,21 @@ VQ_INLINE_AVX2 __m256i equalStep(const char* first, const char* second) {
   return equalSpread(first, second, blockBytes, 2 * blockBytes, 3 * blockBytes);
 }
 
-VQ_TARGET_AVX2 bool sameByBlocks(const char* first, const char* second, uint64_t byteCount) {
+// Up to eight blocks, which overlap where the runs are shorter, under one test.
+VQ_TARGET_AVX2 bool sameInEight(const char* first, const char* second, uint64_t byteCount) {
   if (byteCount <= stepBytes) {
     return text::isAllSet(
         equalSpread(first, second, blockBytes, byteCount - pairBytes, byteCount - blockBytes));
   }
   const uint64_t last = byteCount - stepBytes;
-  const __m256i start = equalStep(first, second);
-  if (byteCount <= 2 * stepBytes) {
-    return text::isAllSet(_mm256_and_si256(start, equalStep(first + last, second + last)));
-  }
-  if (!text::isAllSet(start)) return false;
-  // On from a boundary of one of the two.
-  for (uint64_t at = stepBytes - blockBytes + text::bytesToBoundary(first); at < last; at += stepBytes) {
-    if (!text::isAllSet(equalStep(first + at, second + at))) [[unlikely]]
-      return false;
-  }
-  return text::isAllSet(equalStep(first + last, second + last));
+  return text::isAllSet(_mm256_and_si256(equalStep(first, second), equalStep(first + last, second + last)));
 }
 
 }  // namespace
 
 bool sameLongBytes(const char* first, const char* second, uint64_t byteCount) {
-  if (cpu::hasAvx2()) [[likely]]
-    return sameByBlocks(first, second, byteCount);
-  return std::memcmp(first, second, byteCount) == 0;
+  if (byteCount <= 2 * stepBytes && cpu::hasAvx2()) return sameInEight(first, second, byteCount);
+  return mhMemCmp(first, second, byteCount) == 0;
 }
 
 }  // namespace vq::matching
