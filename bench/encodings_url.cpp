@@ -2,16 +2,16 @@
 //
 // Speed over GLib's at 16 / 256 / 4096 / 1 Mi characters, on an Emerald Rapids Xeon in AVX-512:
 //
-//   escaping UTF-8     ASCII 1.5 / 6 / 9 / 16     Latin 1.6 / 6 / 10 / 23   CJK 5 / 10 / 11 / 10
-//   escaping wide      ASCII .6 / 2.5 / 4 / 3.4   Latin .7 / 2.2 / 4 / 4    CJK 2 / 6 / 5 / .8
-//   unescaping bytes   ASCII 3.5 / 8 / 30 / 19    Latin 4 / 10 / 39 / 20    CJK 5 / 12 / 10 / 7
-//   unescaping wide    ASCII .6 / 2.7 / 15 / 5    Latin .7 / 2.8 / 10 / 6   CJK 1.3 / 4 / 4 / 1.8
+//   escaping UTF-8     ASCII 2.6 / 7 / 9 / 20     Latin 1.3 / 6 / 14 / 22   CJK 6 / 9 / 11 / 17
+//   escaping wide      ASCII .7 / 3 / 5 / 5       Latin .6 / 4.6 / 6 / 6    CJK 1.5 / 5 / 6 / 1.3 to 2
+//   unescaping bytes   ASCII 4.8 / 8 / 32 / 21    Latin 4 / 18 / 34 / 20    CJK 4 / 14 / 11 / 7
+//   unescaping wide    ASCII .8 / 3 / 13 / 6      Latin .5 / 2.5 / 10 / 7   CJK 1.4 / 5 / 4 / 1.9
 //
-// A clean text of 4096 and more bytes is passed over at half to three quarters of memchr's speed. What stays
-// behind: a short wide text, which is converted by the host there and, in unescaping, back, with a record and
-// a block for its UTF-8 form: 110 ns, whatever is in it. Unescaping 1 Mi of CJK reads 38 MB once, at the
-// speed of memory. Escaping it writes as much into a block that malloc takes from the system and gives back
-// each time, whose page faults are more than half of the time; with huge pages for such blocks it is 1.5.
+// A clean text of 4096 and more bytes is passed over at .4 to .8 of memchr's speed. What stays behind: a
+// short text, whose record and block take 20 of the 40 ns, and a short wide one, which is converted by the
+// host there and, in unescaping, back, with a record and a block for its UTF-8 form: 100 ns, whatever is in
+// it. 1 Mi of CJK is 38 MB in wide text: unescaping reads them at the speed of memory, and escaping writes
+// them into fresh pages each time, since no allocator keeps so large a block.
 #include <benchmark/benchmark.h>
 #include <glib.h>
 

@@ -1,10 +1,11 @@
 // Making, appending, cutting and comparing wide strings, beside std::u32string.
 //
-// Appending up to 4096 elements stays near the peer's time. Three quarters of it are the 256 calls, 2.2 ns
-// each: a length that lives in the record is stored by one call and loaded by the next, which takes 1.7 ns
-// whatever else is done, while the peer's loop is compiled into the benchmark and keeps its length in a
-// register. The rest are the 15 growths that the capacity rule asks for, each a mispredicted branch. In
-// append_text every call also asks the host whether it converts wide text, which makes a call 3.4 ns.
+// Appending pieces of 16 elements: 3.5 times the peer's speed up to 1 Mi elements, twice up to 65536, level
+// with it up to 4096 and less. There three quarters of the time are the 256 calls, 2.2 ns each: a length that
+// lives in the record is stored by one call and loaded by the next, which takes 1.7 ns whatever else is done,
+// while the peer's loop is compiled into the benchmark and keeps its length in a register. The rest are the
+// 15 growths that the capacity rule asks for, each a mispredicted branch. In append_text every call also asks
+// the host whether it converts wide text, which makes a call 3.4 ns.
 #include <benchmark/benchmark.h>
 
 #include <cstring>

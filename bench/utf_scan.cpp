@@ -1,8 +1,10 @@
 // Counting characters and lengths, beside a sum that only reads, a plain loop and the library that a program
 // would use instead.
 //
-// UTF8_SLEN and vqzsu8Lengths on 256 B of ASCII reach .4 to .6 of the sum: a terminator that may stand
-// anywhere costs a look by block where the sum knows its end.
+// On an Emerald Rapids Xeon with AVX-512 ASCII is counted at .7 to 2 times the speed of the sum at 256 B and
+// 2 to 6 times at 4 KiB, terminated or not, and other scripts at .2 to .5 and .4 to 1.3 times: the sum is
+// what a compiler makes of a loop. At 16 B everything takes 2 to 9 ns whatever the script, the plain loop 7
+// to 20.
 #include <glib.h>
 
 #include <cstring>
