@@ -225,6 +225,7 @@ VQ_TARGET_AVX512 Measure measure(const char* text, uint64_t byteCount) {
     for (uint32_t i = 0; i < 5; ++i) {
       const __m512i least = _mm512_set1_epi8(static_cast<char>(firsts[i]));
       const uint64_t reaching = _cvtmask64_u64(_mm512_cmpge_epu8_mask(bytes, least));
+      if (reaching == 0) break;
       conflicts |= clean & reaching << (i + 1);
       reached |= reaching >> (63 - i);
     }
