@@ -14,26 +14,13 @@
 
 #include <cstring>
 
-#include "frame/handle.hpp"
+#include "host_service.hpp"
 #include "utf_samples.hpp"
-#include "vqstring/host.h"
 #include "vqstring/utf.h"
 
 namespace {
 
 using bench::Text;
-
-VQChar lowerByIcu(VQNls*, VQChar c, uint64_t) {
-  return static_cast<VQChar>(u_tolower(static_cast<UChar32>(c)));
-}
-
-void standUpHost() {
-  static VQNls nls{};
-  static VQKernel kernel{};
-  nls.nlsToLower = lowerByIcu;
-  kernel.kernelNls = &nls;
-  Exported_VQHandle = &kernel;
-}
 
 std::string flipped(const Text& text) {
   std::string out;
@@ -48,7 +35,7 @@ std::string flipped(const Text& text) {
 template <class Compare>
 auto beside(bool isFlipped, Compare compare) {
   return [isFlipped, compare](benchmark::State& state, const Text& text) {
-    standUpHost();
+    bench::service();
     const std::string other = isFlipped ? flipped(text) : std::string(text.utf8);
     for (auto _ : state) {
       benchmark::DoNotOptimize(compare(text.utf8, other));

@@ -42,11 +42,13 @@ VQStatus measure(VQNls*, uint32_t source, const void* text, uint64_t byteCount, 
 }
 
 // Values above U+10FFFF are carried, not judged: they have no case.
-VQChar toUpper(VQNls*, VQChar c, uint64_t) noexcept {
+VQChar toUpper(VQNls* nls, VQChar c, uint64_t) noexcept {
+  if (c < CaseAnswers::end) return Nls::of(nls).caseAnswers.upper[c];
   return c <= UCHAR_MAX_VALUE ? static_cast<VQChar>(u_toupper(static_cast<UChar32>(c))) : c;
 }
 
-VQChar toLower(VQNls*, VQChar c, uint64_t) noexcept {
+VQChar toLower(VQNls* nls, VQChar c, uint64_t) noexcept {
+  if (c < CaseAnswers::end) return Nls::of(nls).caseAnswers.lower[c];
   return c <= UCHAR_MAX_VALUE ? static_cast<VQChar>(u_tolower(static_cast<UChar32>(c))) : c;
 }
 
@@ -109,6 +111,13 @@ VQStatus loadIcu(VQNls* nls, VQIcu** icu, uint64_t) noexcept {
 }
 
 }  // namespace
+
+CaseAnswers::CaseAnswers() {
+  for (UChar32 c = 0; c < static_cast<UChar32>(end); ++c) {
+    lower[static_cast<size_t>(c)] = static_cast<uint16_t>(u_tolower(c));
+    upper[static_cast<size_t>(c)] = static_cast<uint16_t>(u_toupper(c));
+  }
+}
 
 Nls::Nls(Kernel& owner) : VQNls{}, kernel(owner), icu(owner) {
   nlsMeasureConversion = measure;

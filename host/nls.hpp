@@ -1,6 +1,7 @@
 // National language support: encodings, case and character classes, and the door to ICU.
 #pragma once
 
+#include <array>
 #include <memory>
 
 #include "host/icu_access.hpp"
@@ -10,6 +11,15 @@ namespace vq::host {
 
 struct Locale;
 
+// ICU's answers for the characters of up to two bytes of UTF-8, which are asked for most: a look-up instead
+// of a call. All of them have 16 bits.
+struct CaseAnswers {
+  static constexpr VQChar end = 0x800;
+  std::array<uint16_t, end> lower;
+  std::array<uint16_t, end> upper;
+  CaseAnswers();
+};
+
 struct Nls : VQNls {
   explicit Nls(Kernel& owner);
   ~Nls();
@@ -18,6 +28,7 @@ struct Nls : VQNls {
 
   Kernel& kernel;
   IcuAccess icu;
+  const CaseAnswers caseAnswers;
   std::unique_ptr<Locale> defaultLocale;
 };
 
