@@ -205,9 +205,12 @@ TEST(FromWide, BrokenTextsUnderEveryLevel) {
       sum += 1 + (source[i] >= 0x80) + (source[i] >= 0x800) + (source[i] >= 0x10000);
     ASSERT_EQ(vq::transcode::utf8LengthOfWide(source, length), sum);
   };
+  // Texts of a script, and texts whose characters all have the same size.
+  std::vector<std::u32string> texts;
+  for (const test::Script script : test::scripts) texts.push_back(test::sampleText(script, 200, random));
+  for (const VQChar c : {U'a', U'\u0439', U'\u4E2D', U'\U0001F600'}) texts.emplace_back(200, c);
   test::underEveryLevel([&] {
-    for (const test::Script script : test::scripts) {
-      const std::u32string whole = test::sampleText(script, 200, random);
+    for (const std::u32string& whole : texts) {
       for (size_t length = 0; length <= 120; ++length) {
         VQChar* source = sources.last(length);
         std::copy_n(whole.begin(), length, source);
