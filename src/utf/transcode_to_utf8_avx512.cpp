@@ -213,7 +213,12 @@ VQ_TARGET_AVX512 inline Progress encodeBlock(const Block& block, uint8_t* target
 VQ_TARGET_AVX512 Result wideToUtf8(const VQChar* source, size_t elementCount, uint8_t* target,
                                    size_t capacity) {
   if (elementCount > groupSize) return encodeLong(source, elementCount, target, capacity);
-  const __m512i all = _mm512_maskz_loadu_epi32(static_cast<__mmask16>(lowBits(elementCount)), source);
+  const auto present = static_cast<__mmask16>(lowBits(elementCount));
+  const __m512i all = _mm512_maskz_loadu_epi32(present, source);
+  if (elementCount <= capacity && isBelow(all, 0x80)) {
+    _mm_mask_storeu_epi8(target, present, _mm512_cvtepi32_epi8(all));
+    return {0, elementCount, elementCount};
+  }
   const size_t made = encodeGroup<4>(all, elementCount, target, capacity);
   if (made == notMade) return portable::wideToUtf8(source, elementCount, target, capacity);
   return {0, elementCount, made};
