@@ -1,41 +1,14 @@
 // The pool's allocator. A thread finds its cache of a pool in a small table by the pool's number; caches
 // belong to the pool and are handed from threads that end to threads that come.
-#include "host/pool.hpp"
-
-#include <sys/mman.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <unordered_map>
 #include <utility>
 
+#include "host/pool_blocks.hpp"
+
 namespace vq::host {
-
-// A block that is in use carries its pool's number; the free ones carry none and are linked through the
-// payload.
-struct alignas(16) Pool::Header {
-  uint32_t sizeClass;
-  uint32_t reserved;
-  uint64_t owner;
-
-  void* payload() { return this + 1; }
-  static Header* of(void* payload) { return static_cast<Header*>(payload) - 1; }
-  Header*& next() { return *static_cast<Header**>(payload()); }
-};
-
-struct alignas(16) Pool::LargeBlock {
-  LargeBlock* previous;
-  LargeBlock* next;
-  uint64_t byteCount;
-  // What the caller wants of it.
-  uint64_t asked;
-  Header header;
-
-  static LargeBlock* of(Header* header) {
-    return reinterpret_cast<LargeBlock*>(reinterpret_cast<char*>(header) - offsetof(LargeBlock, header));
-  }
-};
 
 struct Pool::ThreadCache {
   std::array<FreeList, classCount> lists{};
@@ -53,21 +26,6 @@ struct Pool::ThreadCache {
 };
 
 namespace {
-
-constexpr uint32_t largeClass = UINT32_MAX;
-
-// Under a sanitizer every block is malloc's own, so that it is watched.
-#if defined(__SANITIZE_ADDRESS__)
-constexpr bool isWatched = true;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-constexpr bool isWatched = true;
-#else
-constexpr bool isWatched = false;
-#endif
-#else
-constexpr bool isWatched = false;
-#endif
 
 constexpr size_t firstSlabBytes = 4 * 1024;
 constexpr size_t largestSlabBytes = 256 * 1024;
@@ -294,16 +252,6 @@ VQStatus Pool::freeAnyhow(Header* block) noexcept {
   return give(*cache, block) ? spill(*cache, block->sizeClass) : 0;
 }
 
-// What a block that grows from `present` bytes is given. Who grows one once mostly does it again and by
-// little: a multiple of the old size makes many growths few moves (appending up to a mebi of elements takes a
-// third of the time of exact growth), and pages that nobody touches cost nothing. Below a page a move costs
-// more than the room. A watched block gets what was asked, or the sanitizer would not see an access behind
-// it.
-static uint64_t withSlack(uint64_t byteCount, uint64_t present) {
-  constexpr uint64_t page = 4096;
-  return isWatched ? byteCount : std::max(byteCount, present * (present <= page ? 4 : 2));
-}
-
 void* Pool::reallocate(void* memory, uint64_t byteCount) noexcept {
   if (memory == nullptr) return allocate(byteCount, false);
   Header* block = Header::of(memory);
@@ -328,148 +276,6 @@ void* Pool::growSmall(Header* block, uint64_t byteCount) noexcept {
   std::memcpy(grown, block->payload(), present);
   if (give(*cache, block)) spill(*cache, block->sizeClass);
   return grown;
-}
-
-// ---- large blocks ----
-
-Pool::LargeBlock* Pool::KeptBlocks::take(uint64_t lowest, uint64_t highest, Preferred preferred) noexcept {
-  size_t best = count;
-  for (size_t i = 0; i < count; ++i) {
-    const uint64_t bytes = blocks[i]->byteCount;
-    if (bytes < lowest || bytes > highest) continue;
-    if (best == count || (bytes > blocks[best]->byteCount) == (preferred == Preferred::largest)) best = i;
-  }
-  return best == count ? nullptr : removeAt(best);
-}
-
-bool Pool::KeptBlocks::add(LargeBlock* block) noexcept {
-  if (count == places || block->byteCount > byteLimit - byteCount) return false;
-  blocks[count++] = block;
-  byteCount += block->byteCount;
-  return true;
-}
-
-Pool::LargeBlock* Pool::KeptBlocks::removeAt(size_t index) noexcept {
-  LargeBlock* const block = blocks[index];
-  std::copy(blocks.begin() + index + 1, blocks.begin() + count, blocks.begin() + index);
-  --count;
-  byteCount -= block->byteCount;
-  return block;
-}
-
-// Behind the mutex, as the next two.
-void* Pool::putToUse(LargeBlock* block, uint64_t asked) noexcept {
-  block->asked = asked;
-  block->header.sizeClass = largeClass;
-  block->header.owner = id_;
-  chain(*block);
-  return block->header.payload();
-}
-
-void Pool::chain(LargeBlock& block) noexcept {
-  block.previous = nullptr;
-  block.next = large_;
-  if (large_ != nullptr) large_->previous = &block;
-  large_ = &block;
-  ++largeCount_;
-}
-
-void Pool::unchain(LargeBlock& block) noexcept {
-  (block.previous != nullptr ? block.previous->next : large_) = block.next;
-  if (block.next != nullptr) block.next->previous = block.previous;
-  --largeCount_;
-}
-
-// The largest blocks come as fresh pages each time, and touching those one by one takes longer than filling
-// them. A kernel that has no huge pages to give leaves it at small ones.
-static void preferHugePages(void* block, size_t byteCount) noexcept {
-  constexpr size_t least = 4 << 20, page = 4096;
-  if (byteCount < least) return;
-  const auto begin = reinterpret_cast<uintptr_t>(block);
-  const uintptr_t firstPage = (begin + page - 1) / page * page;
-  madvise(reinterpret_cast<void*>(firstPage), begin + byteCount - firstPage, MADV_HUGEPAGE);
-}
-
-void* Pool::allocateLarge(uint64_t byteCount, bool isZeroFilled) noexcept {
-  if (byteCount <= KeptBlocks::largest) {
-    std::unique_lock hold(mutex_);
-    if (LargeBlock* kept = kept_.take(byteCount, 2 * byteCount, KeptBlocks::Preferred::smallest)) {
-      void* payload = putToUse(kept, byteCount);
-      hold.unlock();
-      return isZeroFilled ? std::memset(payload, 0, byteCount) : payload;
-    }
-  }
-  return allocateFresh(byteCount, byteCount, isZeroFilled);
-}
-
-void* Pool::allocateFresh(uint64_t byteCount, uint64_t asked, bool isZeroFilled) noexcept {
-  if (byteCount > UINT64_MAX / 2) return nullptr;
-  const size_t whole = byteCount + sizeof(LargeBlock);
-  auto* block = static_cast<LargeBlock*>(isZeroFilled ? std::calloc(1, whole) : std::malloc(whole));
-  if (block == nullptr) return nullptr;
-  block->byteCount = byteCount;
-  preferHugePages(block, whole);
-  const std::lock_guard hold(mutex_);
-  return putToUse(block, asked);
-}
-
-// What grows gets the largest kept block within reason: the pool has its pages anyway, and the next growths
-// then move nothing.
-void* Pool::takeKeptForGrowth(uint64_t byteCount, uint64_t preferred) noexcept {
-  constexpr uint64_t reason = 8;
-  if (preferred > KeptBlocks::largest) return nullptr;
-  const std::lock_guard hold(mutex_);
-  LargeBlock* kept = kept_.take(preferred, reason * preferred, KeptBlocks::Preferred::largest);
-  return kept == nullptr ? nullptr : putToUse(kept, byteCount);
-}
-
-// The block joins those that are kept, in the place of the oldest ones if need be.
-void Pool::freeLarge(Header* header) noexcept {
-  LargeBlock* block = LargeBlock::of(header);
-  header->owner = 0;
-  const bool isKept = !isWatched && block->byteCount <= KeptBlocks::largest;
-  std::unique_lock hold(mutex_);
-  unchain(*block);
-  while (isKept && !kept_.add(block)) {
-    LargeBlock* oldest = kept_.removeAt(0);
-    hold.unlock();
-    std::free(oldest);
-    hold.lock();
-  }
-  hold.unlock();
-  if (!isKept) std::free(block);
-}
-
-void* Pool::reallocateLarge(Header* header, uint64_t byteCount) noexcept {
-  if (byteCount > UINT64_MAX / 2) return nullptr;
-  LargeBlock* old = LargeBlock::of(header);
-  const uint64_t present = old->byteCount;
-  uint64_t taken = byteCount;
-  if (byteCount > present) {
-    taken = withSlack(byteCount, present);
-    if (void* kept = takeKeptForGrowth(byteCount, taken)) {
-      std::memcpy(kept, header->payload(), present);
-      freeLarge(header);
-      return kept;
-    }
-  } else if (!isWatched && byteCount > old->asked / 2) {
-    old->asked = std::max(old->asked, byteCount);
-    return header->payload();
-  }
-  const std::lock_guard hold(mutex_);
-  unchain(*old);
-  void* moved = std::realloc(old, taken + sizeof(LargeBlock));
-  if (moved == nullptr && taken != byteCount) {
-    taken = byteCount;
-    moved = std::realloc(old, taken + sizeof(LargeBlock));
-  }
-  if (moved == nullptr) {
-    chain(*old);
-    return nullptr;
-  }
-  auto* block = static_cast<LargeBlock*>(moved);
-  block->byteCount = taken;
-  return putToUse(block, byteCount);
 }
 
 // ---- pools ----
