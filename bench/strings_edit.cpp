@@ -1,4 +1,4 @@
-// Making, appending, cutting and comparing wide strings, beside std::u32string.
+// Appending to, cutting and comparing wide strings, beside std::u32string.
 //
 // Appending pieces of 16 elements: 3.5 times the peer's speed up to 1 Mi elements, twice up to 65536, level
 // with it up to 4096 and less. There three quarters of the time are the 256 calls, 2.2 ns each: a length that
@@ -17,30 +17,6 @@
 namespace {
 
 using bench::Service;
-
-// ---- Making a string and ending it ----
-
-void makeVq(benchmark::State& state) {
-  const std::u32string text = bench::wideSample("Latin", static_cast<size_t>(state.range(0)));
-  auto& service = Service::get();
-  for (auto _ : state) {
-    VQString* string =
-        vqStringCreate(service.strings, service.pool, text.data(), static_cast<int64_t>(text.size()), 1);
-    benchmark::DoNotOptimize(string);
-    vqStringDestroy(string);
-  }
-}
-
-void makeStd(benchmark::State& state) {
-  const std::u32string text = bench::wideSample("Latin", static_cast<size_t>(state.range(0)));
-  for (auto _ : state) {
-    std::u32string string(text);
-    benchmark::DoNotOptimize(string.data());
-  }
-}
-
-BENCHMARK(makeVq)->Name("make/vq")->Arg(10)->Arg(100)->Arg(2000)->Threads(1)->Threads(2);
-BENCHMARK(makeStd)->Name("make/u32string")->Arg(10)->Arg(100)->Arg(2000)->Threads(1)->Threads(2);
 
 // ---- Appending 16 elements until there are so many ----
 
