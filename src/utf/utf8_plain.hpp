@@ -1,6 +1,7 @@
 // What a translator between UTF-8 and its relatives carries over as it stands, found and copied by blocks.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -21,11 +22,14 @@ enum class Plain {
 namespace avx2 {
 inline constexpr size_t leastPlainBytes = 32;
 // For texts of any length; does nothing below `leastPlainBytes`.
-size_t copyPlain(const uint8_t* source, size_t byteCount, uint8_t* target, size_t room, Plain plain);
+template <Plain plain>
+size_t copyPlain(const uint8_t* source, size_t byteCount, uint8_t* target, size_t room);
 }  // namespace avx2
 
 namespace avx512 {
-size_t copyPlain(const uint8_t* source, size_t byteCount, uint8_t* target, size_t room, Plain plain);
+// All of the text has room.
+template <Plain plain>
+size_t copyPlain(const uint8_t* source, size_t byteCount, uint8_t* target);
 }  // namespace avx512
 
 // Copies the plain text that begins at the character boundary `source` and ends on a whole character, and
@@ -33,9 +37,10 @@ size_t copyPlain(const uint8_t* source, size_t byteCount, uint8_t* target, size_
 // target behind the result may have been stored too, but only where six or more have room there: whatever a
 // translator puts next then covers them. Nothing at all on processors without vector code, and where text or
 // room are too short for a block.
-inline size_t copyPlain(const uint8_t* source, size_t byteCount, uint8_t* target, size_t room, Plain plain) {
-  if (cpu::hasAvx512()) return avx512::copyPlain(source, byteCount, target, room, plain);
-  return cpu::hasAvx2() ? avx2::copyPlain(source, byteCount, target, room, plain) : 0;
+template <Plain plain>
+size_t copyPlain(const uint8_t* source, size_t byteCount, uint8_t* target, size_t room) {
+  if (cpu::hasAvx512()) return avx512::copyPlain<plain>(source, std::min(byteCount, room), target);
+  return cpu::hasAvx2() ? avx2::copyPlain<plain>(source, byteCount, target, room) : 0;
 }
 
 }  // namespace vq::utf8

@@ -134,7 +134,7 @@ size_t unfinishedBytes(const uint8_t* end) {
 }
 
 template <Plain plain>
-VQ_TARGET_AVX2 size_t copyPlainAvx2(const uint8_t* source, size_t byteCount, uint8_t* target, size_t room) {
+VQ_TARGET_AVX2 size_t copyWindows(const uint8_t* source, size_t byteCount, uint8_t* target, size_t room) {
   constexpr size_t lookBack = 3;
   const size_t storable = room < reserve ? 0 : room - reserve;
   size_t at = 0;
@@ -170,17 +170,14 @@ VQ_TARGET_AVX2 size_t copyPlainAvx2(const uint8_t* source, size_t byteCount, uin
 
 }  // namespace
 
-size_t copyPlain(const uint8_t* source, size_t byteCount, uint8_t* target, size_t room, Plain plain) {
+template <Plain plain>
+size_t copyPlain(const uint8_t* source, size_t byteCount, uint8_t* target, size_t room) {
   byteCount = std::min(byteCount, room);
-  if (byteCount < leastPlainBytes) return 0;
-  switch (plain) {
-    case Plain::toPairs:
-      return copyPlainAvx2<Plain::toPairs>(source, byteCount, target, room);
-    case Plain::toPairsWithoutZero:
-      return copyPlainAvx2<Plain::toPairsWithoutZero>(source, byteCount, target, room);
-    default:
-      return copyPlainAvx2<Plain::fromPairs>(source, byteCount, target, room);
-  }
+  return byteCount < leastPlainBytes ? 0 : copyWindows<plain>(source, byteCount, target, room);
 }
+
+template size_t copyPlain<Plain::toPairs>(const uint8_t*, size_t, uint8_t*, size_t);
+template size_t copyPlain<Plain::toPairsWithoutZero>(const uint8_t*, size_t, uint8_t*, size_t);
+template size_t copyPlain<Plain::fromPairs>(const uint8_t*, size_t, uint8_t*, size_t);
 
 }  // namespace vq::utf8::avx2

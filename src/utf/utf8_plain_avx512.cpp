@@ -1,8 +1,9 @@
 // Copying plain text with AVX-512.
 //
-// Long texts go by strides of four blocks, which are checked and stored at once; the last of them overlaps
-// what has been copied. Short texts, and the stride that is found not to be plain, go by single blocks under
-// a mask, which tell the place of the first byte that is not plain and store no byte beyond it.
+// Long texts go by strides of four blocks, which are checked and stored at once; blocks that would reach
+// beyond the end are moved back over what has been copied. Short texts, and the stride that is found not to
+// be plain, go by single blocks under a mask, which tell the place of the first byte that is not plain and
+// store no byte beyond it.
 #include <algorithm>
 #include <bit>
 
@@ -17,6 +18,8 @@ constexpr size_t strideBlocks = 4;
 constexpr size_t stride = strideBlocks * blockBytes;
 // Shorter texts end within two blocks.
 constexpr size_t leastStrideBytes = 2 * blockBytes + 4;
+// The bytes in front of a block that have a say in it.
+constexpr size_t lookBack = 3;
 // A stride stores up to three bytes of a character that the next one may find broken. Whatever a translator
 // puts next covers them, where six bytes have room.
 constexpr size_t reserve = 6;
@@ -69,7 +72,7 @@ VQ_TARGET_AVX512 inline uint64_t findOthers(__m512i here) {
 }
 
 // Top bit: as findMisplaced, for text in which no byte announces more than `longest`, which is two or three;
-// from pairs also 0xC0 and 0xC1.
+// from pairs also 0xC0 and 0xC1. Surrogates pass.
 template <Plain plain, int longest>
 VQ_TARGET_AVX512 inline __m512i findOthersQuickly(__m512i here, const Before& before) {
   __m512i due;
@@ -90,86 +93,71 @@ VQ_TARGET_AVX512 inline __m512i findOthersQuickly(__m512i here, const Before& be
   }
 }
 
-// The same for text that may have surrogates and characters of four bytes, as bits.
-template <Plain plain>
-VQ_TARGET_AVX512 inline __mmask64 findOthers(__m512i here, const Before& before) {
-  const __mmask64 others =
-      anyOf(_mm512_movepi8_mask(findMisplaced(here, before)), findSurrogates(here, before));
-  return plain == Plain::fromPairs ? anyOf(others, findOverlong(here)) : others;
+// The same as bits, from pairs, for text that may have surrogates and characters of four bytes.
+VQ_TARGET_AVX512 inline __mmask64 findOthersFromPairs(__m512i here, const Before& before) {
+  return anyOf(anyOf(_mm512_movepi8_mask(findMisplaced(here, before)), findSurrogates(here, before)),
+               findOverlong(here));
 }
 
-// Where the blocks of a stride begin.
-struct Places {
-  ptrdiff_t of[strideBlocks];
-};
-inline constexpr Places inTurn = {{0, blockBytes, 2 * blockBytes, 3 * blockBytes}};
-
-// Checks and stores a stride. The first block opens the text, or three bytes stand in front of it.
+// Checks and stores a stride, whose first two blocks lie side by side. It opens the text, or three bytes
+// stand in front of it.
 template <Plain plain, bool isOpening>
-VQ_TARGET_AVX512 inline bool copyStride(const uint8_t* source, uint8_t* target, const Places& places) {
-  const auto at = [&](size_t i) { return source + places.of[i]; };
-  const __m512i a = loadBlock(at(0)), b = loadBlock(at(1)), c = loadBlock(at(2)), d = loadBlock(at(3));
+VQ_INLINE_AVX512 bool copyStride(const uint8_t* source, uint8_t* target, size_t third = 2 * blockBytes,
+                                 size_t fourth = 3 * blockBytes) {
+  constexpr size_t second = blockBytes;
+  const uint8_t *atB = source + second, *atC = source + third, *atD = source + fourth;
+  const __m512i a = loadBlock(source), b = loadBlock(atB), c = loadBlock(atC), d = loadBlock(atD);
+  // The last three bytes in front count as well.
+  const __m512i largest = _mm512_max_epu8(_mm512_max_epu8(_mm512_max_epu8(a, b), _mm512_max_epu8(c, d)),
+                                          isOpening ? a : loadBlock(source - lookBack));
+  if (_mm512_movepi8_mask(largest) != 0) {
+    const Before beforeA = isOpening ? beforeOpening(a) : beforeBlock(source);
+    const auto before = [](const uint8_t* at) VQ_TARGET_AVX512 { return beforeBlock(at); };
+    __mmask64 others;
+    if (_mm512_cmpge_epu8_mask(largest, splat8<0xE0>()) == 0) {
+      others = _mm512_movepi8_mask(avx512::anyOf(
+          findOthersQuickly<plain, 2>(a, beforeA), findOthersQuickly<plain, 2>(b, before(atB)),
+          findOthersQuickly<plain, 2>(c, before(atC)), findOthersQuickly<plain, 2>(d, before(atD))));
+    } else if (_mm512_cmpge_epu8_mask(largest, splat8<0xF0>()) == 0) {
+      others = _mm512_movepi8_mask(avx512::anyOf(
+          findOthersQuickly<plain, 3>(a, beforeA), findOthersQuickly<plain, 3>(b, before(atB)),
+          findOthersQuickly<plain, 3>(c, before(atC)), findOthersQuickly<plain, 3>(d, before(atD))));
+      if (_mm512_cmpge_epu8_mask(largest, splat8<0xED>()) != 0) {
+        others = anyOf(others, anyOf(anyOf(findSurrogates(a, beforeA), findSurrogates(b, before(atB))),
+                                     anyOf(findSurrogates(c, before(atC)), findSurrogates(d, before(atD)))));
+      }
+    } else {
+      if (plain != Plain::fromPairs || _mm512_cmpge_epu8_mask(largest, splat8<0xF5>()) != 0) return false;
+      others = anyOf(anyOf(findOthersFromPairs(a, beforeA), findOthersFromPairs(b, before(atB))),
+                     anyOf(findOthersFromPairs(c, before(atC)), findOthersFromPairs(d, before(atD))));
+    }
+    if (others != 0) return false;
+  }
   if constexpr (plain == Plain::toPairsWithoutZero) {
     const __m512i least = _mm512_min_epu8(_mm512_min_epu8(a, b), _mm512_min_epu8(c, d));
     if (_mm512_testn_epi8_mask(least, least) != 0) return false;
   }
-  // The last three bytes in front count as well.
-  const __m512i front = isOpening ? a : loadBlock(at(0) - 3);
-  if (_mm512_movepi8_mask(avx512::anyOf(avx512::anyOf(a, b, c), d, front)) != 0) {
-    const auto before = [&](size_t i) VQ_TARGET_AVX512 {
-      return isOpening && i == 0 ? beforeOpening(a) : beforeBlock(at(i));
-    };
-    const __m512i largest =
-        _mm512_max_epu8(_mm512_max_epu8(_mm512_max_epu8(a, b), _mm512_max_epu8(c, d)), front);
-    __mmask64 others;
-    if (_mm512_cmpge_epu8_mask(largest, splat8<0xE0>()) == 0) {
-      others = _mm512_movepi8_mask(avx512::anyOf(
-          findOthersQuickly<plain, 2>(a, before(0)), findOthersQuickly<plain, 2>(b, before(1)),
-          findOthersQuickly<plain, 2>(c, before(2)), findOthersQuickly<plain, 2>(d, before(3))));
-    } else if (_mm512_cmpge_epu8_mask(largest, splat8<0xED>()) == 0) {
-      // Neither surrogates nor characters of four bytes.
-      others = _mm512_movepi8_mask(avx512::anyOf(
-          findOthersQuickly<plain, 3>(a, before(0)), findOthersQuickly<plain, 3>(b, before(1)),
-          findOthersQuickly<plain, 3>(c, before(2)), findOthersQuickly<plain, 3>(d, before(3))));
-    } else {
-      if (_mm512_cmpge_epu8_mask(largest, splat8<beyondPlain<plain>>()) != 0) return false;
-      others = anyOf(anyOf(findOthers<plain>(a, before(0)), findOthers<plain>(b, before(1))),
-                     anyOf(findOthers<plain>(c, before(2)), findOthers<plain>(d, before(3))));
-    }
-    if (others != 0) return false;
-  }
-  storeBlock(target + places.of[0], a);
-  storeBlock(target + places.of[1], b);
-  storeBlock(target + places.of[2], c);
-  storeBlock(target + places.of[3], d);
+  storeBlock(target, a);
+  storeBlock(target + second, b);
+  storeBlock(target + third, c);
+  storeBlock(target + fourth, d);
   return true;
 }
 
-// A stride of what is left, which may be less than that; blocks that would reach beyond the end are moved
-// back. So much of the text must be there.
-template <Plain plain, bool isOpening>
-VQ_TARGET_AVX512 inline bool copyLastStride(const uint8_t* source, size_t left, uint8_t* target) {
-  const auto last = static_cast<ptrdiff_t>(left) - static_cast<ptrdiff_t>(blockBytes);
-  Places places;
-  for (size_t i = 0; i < strideBlocks; ++i) places.of[i] = std::min(inTurn.of[i], last);
-  return copyStride<plain, isOpening>(source, target, places);
-}
-
 // Copies by strides and returns the bytes that have been copied, all of them or up to a stride that is not
-// plain or has no room behind it.
+// plain. All strides but the last leave the reserve behind them.
 template <Plain plain>
-VQ_TARGET_AVX512 inline size_t copyStrides(const uint8_t* source, size_t byteCount, uint8_t* target,
-                                           size_t room) {
-  const bool hasOneStride = byteCount <= stride;
-  if (!hasOneStride && room < stride + reserve) return 0;
-  if (!copyLastStride<plain, true>(source, hasOneStride ? byteCount : stride, target)) return 0;
-  if (hasOneStride) return byteCount;
-  size_t at = stride;
-  for (; byteCount - at > stride; at += stride) {
-    if (room - at < stride + reserve) return at;
-    if (!copyStride<plain, false>(source + at, target + at, inTurn)) return at;
+VQ_TARGET_AVX512 size_t copyStrides(const uint8_t* source, size_t byteCount, uint8_t* target) {
+  size_t done = byteCount <= stride ? byteCount : std::min(stride, byteCount - reserve);
+  const size_t last = done - blockBytes;
+  if (!copyStride<plain, true>(source, target, std::min(2 * blockBytes, last), last)) return 0;
+  while (done < byteCount) {
+    const size_t behind = byteCount - done <= stride ? 0 : reserve;
+    const size_t at = std::min(done, byteCount - stride - behind);
+    if (at < lookBack || !copyStride<plain, false>(source + at, target + at)) break;
+    done = at + stride;
   }
-  return copyLastStride<plain, false>(source + at, byteCount - at, target + at) ? byteCount : at;
+  return done;
 }
 
 // Goes on by blocks from the beginning of a character at `at`, and returns where what is plain ends.
@@ -190,33 +178,23 @@ VQ_TARGET_AVX512 inline size_t copyBlocks(const uint8_t* source, size_t at, size
   return at;
 }
 
+}  // namespace
+
 template <Plain plain>
-VQ_TARGET_AVX512 inline size_t copyPlain(const uint8_t* source, size_t byteCount, uint8_t* target,
-                                         size_t room) {
+VQ_TARGET_AVX512 size_t copyPlain(const uint8_t* source, size_t byteCount, uint8_t* target) {
   size_t at = 0;
   // What the end cuts off is not plain. Where more in front of it waits for its bytes, no stride looks.
   byteCount -= unfinishedBytes(source + byteCount, byteCount);
   if (byteCount >= leastStrideBytes && unfinishedBytes(source + byteCount, byteCount) == 0) {
-    at = copyStrides<plain>(source, byteCount, target, room);
+    at = copyStrides<plain>(source, byteCount, target);
     if (at == byteCount) return at;
     at -= unfinishedBytes(source + at, at);
   }
   return copyBlocks<plain>(source, at, byteCount, target);
 }
 
-}  // namespace
-
-VQ_TARGET_AVX512 size_t copyPlain(const uint8_t* source, size_t byteCount, uint8_t* target, size_t room,
-                                  Plain plain) {
-  byteCount = std::min(byteCount, room);
-  switch (plain) {
-    case Plain::toPairs:
-      return copyPlain<Plain::toPairs>(source, byteCount, target, room);
-    case Plain::toPairsWithoutZero:
-      return copyPlain<Plain::toPairsWithoutZero>(source, byteCount, target, room);
-    default:
-      return copyPlain<Plain::fromPairs>(source, byteCount, target, room);
-  }
-}
+template size_t copyPlain<Plain::toPairs>(const uint8_t*, size_t, uint8_t*);
+template size_t copyPlain<Plain::toPairsWithoutZero>(const uint8_t*, size_t, uint8_t*);
+template size_t copyPlain<Plain::fromPairs>(const uint8_t*, size_t, uint8_t*);
 
 }  // namespace vq::utf8::avx512

@@ -14,9 +14,16 @@ namespace {
 
 using namespace vq::utf8;
 
+// The first byte is the lowest.
+inline uint32_t loadFour(const uint8_t* bytes) {
+  uint32_t four = 0;
+  std::memcpy(&four, bytes, sizeof four);
+  return four;
+}
+
 // Whole sequences, whatever they stand for.
-bool isFourBytes(const uint8_t* b) {
-  return (b[0] & 0xF8) == 0xF0 && isContinuation(b[1]) && isContinuation(b[2]) && isContinuation(b[3]);
+inline bool isFourBytes(const uint8_t* bytes) {
+  return (loadFour(bytes) & 0xC0C0C0F8) == 0x808080F0;
 }
 bool isSurrogate(const uint8_t* b) {
   return b[0] == 0xED && (b[1] & 0xE0) == 0xA0 && isContinuation(b[2]);
@@ -29,26 +36,24 @@ inline size_t plainLength(const uint8_t* at, size_t byteCount) {
   return byteCount < 3 || !isContinuation(at[2]) || isSurrogateStart(at[0], at[1]) ? 0 : 3;
 }
 
-// Puts the surrogate pair of a four-byte sequence, three bytes each.
-inline void splitSupplementary(const uint8_t* b, uint8_t* to) {
-  const unsigned b0 = b[0], b1 = b[1], b2 = b[2], b3 = b[3];
-  const unsigned plane = (b0 & 7) << 2 | (b1 >> 4 & 3);
-  to[0] = 0xED;
-  to[1] = static_cast<uint8_t>(((plane + 0x7F) & 0xFF) | 0xA0);
-  to[2] = static_cast<uint8_t>(0x80 + ((b1 & 0x0F) << 2) + (b2 >> 4 & 3));
-  to[3] = 0xED;
-  to[4] = static_cast<uint8_t>(0xB0 + (b2 & 0x0F));
-  to[5] = static_cast<uint8_t>(b3);
+// Puts the surrogate pair of a four-byte sequence, three bytes each, of which the first says nothing.
+inline void splitSupplementary(const uint8_t* bytes, uint8_t* to) {
+  const uint32_t four = loadFour(bytes);
+  const uint32_t plane = (four & 7) << 2 | (four >> 12 & 3);
+  const uint32_t high = ((plane + 0x7F) & 0xFF) | 0xA0;
+  const uint32_t middle = (four & 0x0F00) << 2 | (four >> 12 & 0x0300) | 0x8000;
+  const uint32_t low = 0xB0 | (four >> 16 & 0xFF0F);
+  const uint64_t six = uint64_t{low} << 32 | 0xED000000 | (high | middle) << 8 | 0xED;
+  std::memcpy(to, &six, 6);
 }
 
 // Puts the four-byte sequence of two surrogates, whichever is high or low.
 inline void joinSurrogates(const uint8_t* p, const uint8_t* q, uint8_t* to) {
-  const unsigned p2 = p[2], q1 = q[1], q2 = q[2];
-  const unsigned plane = (p[1] & 0x0Fu) + 1;
-  to[0] = static_cast<uint8_t>(0xF0 + (plane >> 2));
-  to[1] = static_cast<uint8_t>(0x80 + ((plane & 3) << 4 | (p2 >> 2 & 0x0F)));
-  to[2] = static_cast<uint8_t>(0x80 + ((p2 & 3) << 4 | (q1 & 0x0F)));
-  to[3] = static_cast<uint8_t>(q2);
+  const uint32_t plane = (p[1] & 0x0Fu) + 1;
+  const uint32_t high = 0xF0 + (plane >> 2) + ((plane & 3) << 12) + 0x8000 + (p[2] << 6 & 0x0F00u);
+  const uint32_t low = 0x80 + (p[2] << 4 & 0x30u) + (q[1] & 0x0Fu);
+  const uint32_t four = high | low << 16 | uint32_t{q[2]} << 24;
+  std::memcpy(to, &four, sizeof four);
 }
 
 // Eight bytes of ASCII, none of them below `least`, which is 0 or 1.
@@ -61,11 +66,14 @@ inline bool isAsciiWord(uint64_t bytes, uint8_t least) {
 // The two buffers of a translation and what has happened so far.
 class Translation {
  public:
-  Translation(const char* source, uint64_t sourceBytes, char* target, uint64_t targetBytes)
+  // The first `done` bytes have been carried over.
+  Translation(const char* source, uint64_t sourceBytes, char* target, uint64_t targetBytes, size_t done)
       : source_(reinterpret_cast<const uint8_t*>(source)),
         sourceBytes_(sourceBytes),
+        at_(done),
         target_(reinterpret_cast<uint8_t*>(target)),
-        targetBytes_(targetBytes) {}
+        targetBytes_(targetBytes),
+        written_(done) {}
 
   bool isAtEnd() const { return at_ == sourceBytes_; }
   const uint8_t* here() const { return source_ + at_; }
@@ -88,10 +96,11 @@ class Translation {
 
   // Carries over what is plain as far as blocks reach it. Where that brought little, the next tries are left
   // out for a stretch.
-  void copyPlain(Plain plain) {
+  template <Plain plain>
+  void copyPlain() {
     if (at_ < nextTry_) return;
     const size_t byteCount =
-        vq::utf8::copyPlain(here(), remaining(), target_ + written_, targetBytes_ - written_, plain);
+        vq::utf8::copyPlain<plain>(here(), remaining(), target_ + written_, targetBytes_ - written_);
     at_ += byteCount;
     written_ += byteCount;
     if (byteCount < blindBytes) nextTry_ = at_ + stretch;
@@ -133,7 +142,7 @@ class Translation {
     const uint8_t* from = here();
     uint8_t* to = target_ + written_;
     size_t most = std::min(remaining() / 4, (targetBytes_ - written_) / 6);
-    if (vq::cpu::hasAvx512() && most > 0 && isFourBytes(from)) {
+    if (vq::cpu::hasAvx512() && most >= leastVector && isFourBytes(from)) {
       const size_t done = avx512::splitRun(from, most, to);
       most -= done;
       from += 4 * done;
@@ -147,7 +156,7 @@ class Translation {
     const uint8_t* from = here();
     uint8_t* to = target_ + written_;
     size_t most = std::min(remaining() / 6, (targetBytes_ - written_) / 4);
-    if (vq::cpu::hasAvx512() && most > 0 && isSurrogate(from)) {
+    if (vq::cpu::hasAvx512() && most >= leastVector && isSurrogate(from)) {
       const size_t done = avx512::joinRun(from, most, to);
       most -= done;
       from += 6 * done;
@@ -169,6 +178,8 @@ class Translation {
   // Less than this brought by blocks is little; nor are more looked at one by one in front of another try.
   static constexpr size_t blindBytes = 32;
   static constexpr size_t stretch = 64;
+  // Characters in a run from which on vectors gain.
+  static constexpr size_t leastVector = 8;
 
   void moveTo(const uint8_t* from, const uint8_t* to) {
     at_ = static_cast<size_t>(from - source_);
@@ -177,13 +188,16 @@ class Translation {
 
   const uint8_t* source_;
   size_t sourceBytes_;
-  size_t at_ = 0;
+  size_t at_;
   uint8_t* target_;
   size_t targetBytes_;
-  size_t written_ = 0;
+  size_t written_;
   bool hasReplaced_ = false;
   size_t nextTry_ = 0;
 };
+
+template <bool isModified>
+constexpr Plain encodePlain = isModified ? Plain::toPairsWithoutZero : Plain::toPairs;
 
 struct EncodeRules {
   bool splitsSupplementary;
@@ -256,44 +270,86 @@ bool decodeCharacter(Translation& work, bool isModified, Pending& pending) {
   return work.emit(at, length);
 }
 
-}  // namespace
-
-VQStatus vqzsu8Encode(const char* source, uint64_t sourceBytes, char* target, uint64_t targetBytes,
-                      uint64_t* written, uint32_t flags) {
-  const EncodeRules rules{(flags & U8_MODIFIED) != 0 || (flags & U8_NO_PAIRS) == 0,
-                          (flags & U8_MODIFIED) != 0};
-  Translation work(source, sourceBytes, target, targetBytes);
-  const Plain plain = rules.widensZero ? Plain::toPairsWithoutZero : Plain::toPairs;
-  while (!work.isAtEnd()) {
-    work.copyPlain(plain);
-    if (work.isAtEnd()) break;
-    work.copyCharacters(rules.widensZero);
+// The translators behind the `done` bytes that have been carried over.
+template <bool isModified>
+[[gnu::noinline]] VQStatus encodeRest(const char* source, uint64_t sourceBytes, char* target,
+                                      uint64_t targetBytes, uint64_t* written, uint32_t flags, size_t done) {
+  const EncodeRules rules{isModified || (flags & U8_NO_PAIRS) == 0, isModified};
+  Translation work(source, sourceBytes, target, targetBytes, done);
+  for (;;) {
     if (rules.splitsSupplementary) work.splitRun();
-    if (!work.isAtEnd() && !encodeCharacter(work, rules)) return work.finish(written, true);
+    if (work.isAtEnd()) break;
+    work.copyPlain<encodePlain<isModified>>();
+    if (work.isAtEnd()) break;
+    work.copyCharacters(isModified);
+    if (rules.splitsSupplementary) work.splitRun();
+    if (work.isAtEnd()) break;
+    if (!encodeCharacter(work, rules)) return work.finish(written, true);
   }
   return work.finish(written, false);
 }
 
-VQStatus vqzsu8Decode(const char* source, uint64_t sourceBytes, char* target, uint64_t targetBytes,
+[[gnu::noinline]] VQStatus decodeRest(const char* source, uint64_t sourceBytes, char* target,
+                                      uint64_t targetBytes, uint64_t* written, uint32_t flags, size_t done) {
+  const bool isModified = (flags & U8_MODIFIED) != 0;
+  Translation work(source, sourceBytes, target, targetBytes, done);
+  Pending pending;
+  for (;;) {
+    if (pending.bytes == nullptr) {
+      work.joinRun();
+      if (work.isAtEnd()) break;
+      work.copyPlain<Plain::fromPairs>();
+      if (work.isAtEnd()) break;
+      work.copyCharacters(false);
+      work.joinRun();
+    }
+    if (work.isAtEnd()) break;
+    if (!decodeCharacter(work, isModified, pending)) return work.finish(written, true);
+  }
+  const bool isFull = pending.bytes != nullptr && !work.replace();
+  return work.finish(written, isFull);
+}
+
+// Most texts are plain throughout and are spared the rest. One that begins with what has to be translated
+// often goes on so.
+template <Plain plain>
+inline size_t copyFront(const char* source, uint64_t sourceBytes, char* target, uint64_t targetBytes) {
+  const auto* bytes = reinterpret_cast<const uint8_t*>(source);
+  if (sourceBytes == 0 || (plain == Plain::fromPairs ? bytes[0] == 0xED : bytes[0] >= 0xF0)) return 0;
+  return copyPlain<plain>(bytes, sourceBytes, reinterpret_cast<uint8_t*>(target), targetBytes);
+}
+
+inline VQStatus finishPlain(uint64_t* written, uint64_t byteCount) {
+  if (written != nullptr) *written = byteCount;
+  return 0;
+}
+
+template <bool isModified>
+inline VQStatus encode(const char* source, uint64_t sourceBytes, char* target, uint64_t targetBytes,
+                       uint64_t* written, uint32_t flags) {
+  const size_t done = copyFront<encodePlain<isModified>>(source, sourceBytes, target, targetBytes);
+  if (done == sourceBytes) return finishPlain(written, done);
+  return encodeRest<isModified>(source, sourceBytes, target, targetBytes, written, flags, done);
+}
+
+}  // namespace
+
+VQStatus vqzsu8Encode(const char* source, uint64_t sourceBytes, char* target, uint64_t targetBytes,
                       uint64_t* written, uint32_t flags) {
   const bool isModified = (flags & U8_MODIFIED) != 0;
-  if (!isModified && (flags & U8_NO_PAIRS) != 0) {
+  return isModified ? encode<true>(source, sourceBytes, target, targetBytes, written, flags)
+                    : encode<false>(source, sourceBytes, target, targetBytes, written, flags);
+}
+
+VQStatus vqzsu8Decode(const char* source, uint64_t sourceBytes, char* target, uint64_t targetBytes,
+                      uint64_t* written, uint32_t flags) {
+  if ((flags & U8_MODIFIED) == 0 && (flags & U8_NO_PAIRS) != 0) {
     const uint64_t room = std::min(sourceBytes, targetBytes);
     const uint64_t copied = vqzsu8Copy(source, room, target, room);
     if (written != nullptr) *written = copied;
     return copied < sourceBytes ? VQSTATUS_TARGET_FULL : 0;
   }
-  Translation work(source, sourceBytes, target, targetBytes);
-  Pending pending;
-  while (!work.isAtEnd()) {
-    if (pending.bytes == nullptr) {
-      work.copyPlain(Plain::fromPairs);
-      if (work.isAtEnd()) break;
-      work.copyCharacters(false);
-      work.joinRun();
-    }
-    if (!work.isAtEnd() && !decodeCharacter(work, isModified, pending)) return work.finish(written, true);
-  }
-  const bool isFull = pending.bytes != nullptr && !work.replace();
-  return work.finish(written, isFull);
+  const size_t done = copyFront<Plain::fromPairs>(source, sourceBytes, target, targetBytes);
+  if (done == sourceBytes) return finishPlain(written, done);
+  return decodeRest(source, sourceBytes, target, targetBytes, written, flags, done);
 }

@@ -249,6 +249,21 @@ TEST(Translation, LongBrokenTextsAsThePlainFormUnderEveryLevel) {
   }
 }
 
+// A broken sequence that lacks the room for its replacement stays out of the target, wherever blocks end.
+TEST(Translation, LeavesOutWhatHasNoRoomUnderEveryLevel) {
+  test::underEveryLevel([] {
+    for (size_t before = 60; before < 600; ++before) {
+      const std::string plain(before, 'a');
+      const std::string text = plain + "\xC3" + std::string(300, 'b');
+      for (size_t room = before; room < before + fffd.size(); ++room) {
+        for (const Translator translator : {vqzsu8Encode, vqzsu8Decode}) {
+          ASSERT_EQ(translate(translator, text, U8_MODIFIED, room), (Translated{full, plain})) << room;
+        }
+      }
+    }
+  });
+}
+
 TEST(Field, CutsAndFillsWithBlanks) {
   const struct {
     const char* text;
