@@ -13,6 +13,7 @@
 #include "text/avx512.hpp"
 #include "utf/transcode_avx512.hpp"
 #include "utf/transcode_portable.hpp"
+#include "utf/transcode_tiny_avx512.hpp"
 
 namespace vq::transcode::avx512 {
 
@@ -20,31 +21,10 @@ namespace {
 
 constexpr size_t windowBytes = 64;
 constexpr size_t stride = windowBytes - 3;
-constexpr size_t groupSize = 16;
 constexpr size_t asciiRun = 2 * windowBytes;
-constexpr size_t tinyText = 16;
-
-// The sums of the markers of the bytes of a character of two, three and four.
-constexpr uint32_t markers2 = (0xC0 << 6) + 0x80;
-constexpr uint32_t markers3 = (0xE0 << 12) + (0x80 << 6) + 0x80;
-constexpr uint32_t markers4 = (0xF0 << 18) + (0x80 << 12) + (0x80 << 6) + 0x80;
-
-using vq::avx512::lowBits;
-
-VQ_TARGET_AVX512 inline __m512i splat8(uint8_t byte) {
-  return _mm512_set1_epi8(static_cast<char>(byte));
-}
-VQ_TARGET_AVX512 inline __m512i splat32(uint32_t word) {
-  return _mm512_set1_epi32(static_cast<int>(word));
-}
 
 VQ_TARGET_AVX512 inline void storeWhole(__m512i values, VQChar* target) {
   _mm512_storeu_si512(target, values);
-}
-// Stores the first `count` of sixteen, or all.
-VQ_TARGET_AVX512 inline void storeSome(__m512i values, size_t count, VQChar* target) {
-  _mm512_mask_storeu_epi32(target, static_cast<__mmask16>(_bzhi_u32(0xFFFF, static_cast<unsigned>(count))),
-                           values);
 }
 // Tight: the target may end with the last of the characters.
 template <bool isTight>
@@ -101,26 +81,6 @@ struct Shape {
   bool hasFault;
 };
 
-// Whether a first byte of two or more has a second byte that it cannot have: by Unicode 9.0, table 3-7, the
-// second lies in a range of its own behind 0xE0, 0xED, 0xF0 and 0xF4, and behind 0xC0, 0xC1 and 0xF5 and
-// above nowhere. The tables go by the lower six bits of the first byte.
-VQ_TARGET_AVX512 inline bool hasWrongSecond(const Window& window, uint64_t multiStarts) {
-  alignas(64) static constexpr uint8_t lowest[64] = {
-      0xFF, 0xFF, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80,
-      0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80,
-      0xA0, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80,
-      0x90, 0x80, 0x80, 0x80, 0x80, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
-  alignas(64) static constexpr uint8_t width[64] = {
-      0x00, 0x00, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F,
-      0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F,
-      0x1F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x1F, 0x3F, 0x3F,
-      0x2F, 0x3F, 0x3F, 0x3F, 0x0F, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00};
-  const __m512i above =
-      _mm512_sub_epi8(window.next, _mm512_permutexvar_epi8(window.bytes, _mm512_load_si512(lowest)));
-  return _mm512_mask_cmpgt_epu8_mask(multiStarts, above,
-                                     _mm512_permutexvar_epi8(window.bytes, _mm512_load_si512(width))) != 0;
-}
-
 // The characters begin in the first `startBytes`. `known` are the bytes that the window before has judged:
 // they may continue a character that began there.
 VQ_TARGET_AVX512 inline Shape shapeOf(const Window& window, uint64_t known, size_t startBytes) {
@@ -137,29 +97,11 @@ VQ_TARGET_AVX512 inline Shape shapeOf(const Window& window, uint64_t known, size
   } else {
     fourStarts = _mm512_cmpge_epu8_mask(window.bytes, splat8(0xF0));
     due |= longStarts << 2 | fourStarts << 3;
-    hasFault = hasWrongSecond(window, multiStarts);
+    hasFault = hasWrongSecond(window.bytes, window.next, multiStarts);
   }
   hasFault |= ((due ^ continuations) & ~known) != 0;
   const uint64_t own = lowBits(startBytes);
   return {~continuations & own, longStarts & own, fourStarts & own, hasFault};
-}
-
-// The values of sixteen characters that lie at the upper ends of their lanes, first byte lowest, with their
-// markers.
-VQ_TARGET_AVX512 inline __m512i weigh(__m512i lanes) {
-  return _mm512_madd_epi16(_mm512_maddubs_epi16(lanes, splat32(0x01400140)), splat32(0x00011000));
-}
-
-// Characters of up to `longest` bytes, three or four.
-template <int longest>
-VQ_TARGET_AVX512 inline __m512i join(__m512i lanes) {
-  const __m512i sums = weigh(lanes);
-  __m512i values = _mm512_min_epu32(sums, _mm512_sub_epi32(sums, splat32(markers2)));
-  values = _mm512_min_epu32(values, _mm512_sub_epi32(sums, splat32(markers3)));
-  if constexpr (longest == 4) {
-    values = _mm512_min_epu32(values, _mm512_sub_epi32(sums, splat32(markers4)));
-  }
-  return values;
 }
 
 // Characters of one or two bytes, thirty-two at a time in lanes of 16 bits. `source` stands at the first.
@@ -292,37 +234,6 @@ constexpr uint64_t knownOfWindow = (uint64_t{1} << (windowBytes - stride)) - 1;
   return {static_cast<size_t>(at - source), static_cast<size_t>(out - target), known};
 }
 
-// A text of up to sixteen bytes, without a branch on what it is made of. The characters, or `notMade`.
-constexpr size_t notMade = SIZE_MAX;
-
-VQ_TARGET_AVX512 inline size_t convertTiny(const uint8_t* source, size_t byteCount, VQChar* target,
-                                           size_t capacity) {
-  const auto wanted = static_cast<__mmask16>(lowBits(byteCount));
-  const __m128i bytes = _mm_maskz_loadu_epi8(wanted, source);
-  const uint32_t notAscii = _mm_movepi8_mask(bytes);
-  if (notAscii == 0) {
-    if (byteCount > capacity) return notMade;
-    storeSome(_mm512_cvtepu8_epi32(bytes), byteCount, target);
-    return byteCount;
-  }
-  const __m512i block = _mm512_castsi128_si512(bytes);
-  const Window window{block, _mm512_castsi128_si512(_mm_bsrli_si128(bytes, 1)), notAscii};
-  const uint32_t continuations = _mm_cmplt_epi8_mask(bytes, _mm512_castsi512_si128(splat8(0xC0)));
-  const uint32_t longStarts = _mm_cmpge_epu8_mask(bytes, _mm512_castsi512_si128(splat8(0xE0)));
-  const uint32_t fourStarts = _mm_cmpge_epu8_mask(bytes, _mm512_castsi512_si128(splat8(0xF0)));
-  const uint32_t multiStarts = notAscii & ~continuations;
-  const uint32_t due = multiStarts << 1 | longStarts << 2 | fourStarts << 3;
-  const uint32_t starts = ~continuations & wanted;
-  const auto characters = static_cast<size_t>(std::popcount(starts));
-  if (due != continuations || hasWrongSecond(window, multiStarts) || characters > capacity) return notMade;
-  const uint64_t spread = (0x8888888888888888 | _pdep_u64(_pext_u32(notAscii, starts), 0x4444444444444444) |
-                           _pdep_u64(_pext_u32(longStarts, starts), 0x2222222222222222) |
-                           _pdep_u64(_pext_u32(fourStarts, starts), 0x1111111111111111)) &
-                          lowBits(4 * characters);
-  storeSome(join<4>(_mm512_maskz_expand_epi8(spread, block)), characters, target);
-  return characters;
-}
-
 // Back to where a character begins.
 VQ_TARGET_AVX512 inline void stepBack(Place& place, const uint8_t* source) {
   const auto continues = [&] { return (source[place.at] & 0xC0) == 0x80; };
@@ -366,8 +277,8 @@ VQ_TARGET_AVX512 inline void stepBack(Place& place, const uint8_t* source) {
 }  // namespace
 
 VQ_TARGET_AVX512 Result utf8ToWide(const uint8_t* source, size_t byteCount, VQChar* target, size_t capacity) {
-  if (byteCount > tinyText) return convertLong(source, byteCount, target, capacity);
-  const size_t characters = convertTiny(source, byteCount, target, capacity);
+  if (byteCount > mostTiny) return convertLong(source, byteCount, target, capacity);
+  const size_t characters = decodeTiny(source, byteCount, target, capacity);
   if (characters == notMade) return portable::utf8ToWide(source, byteCount, target, capacity);
   return {0, byteCount, characters};
 }

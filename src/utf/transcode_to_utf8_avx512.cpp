@@ -10,39 +10,14 @@
 #include "text/avx512.hpp"
 #include "utf/transcode_avx512.hpp"
 #include "utf/transcode_portable.hpp"
+#include "utf/transcode_tiny_avx512.hpp"
 
 namespace vq::transcode::avx512 {
 
 namespace {
 
-constexpr size_t groupSize = 16;
 constexpr size_t blockElements = 2 * groupSize;
 constexpr size_t asciiRun = 4 * groupSize;
-constexpr size_t vectorBytes = 64;
-constexpr size_t notMade = SIZE_MAX;
-
-using vq::avx512::lowBits;
-
-VQ_TARGET_AVX512 inline __m512i splat32(uint32_t word) {
-  return _mm512_set1_epi32(static_cast<int>(word));
-}
-VQ_TARGET_AVX512 inline bool isBelow(__m512i values, uint32_t powerOfTwo) {
-  return _mm512_test_epi32_mask(values, splat32(~(powerOfTwo - 1))) == 0;
-}
-
-// Stores the chosen bytes of `bytes`; `notMade` where they have no room.
-VQ_TARGET_AVX512 inline size_t storeChosen(__m512i bytes, uint64_t chosen, uint8_t* target, size_t room) {
-  const auto count = static_cast<size_t>(std::popcount(chosen));
-  const __m512i together = _mm512_maskz_compress_epi8(chosen, bytes);
-  if (room >= vectorBytes) {
-    _mm512_storeu_si512(target, together);
-  } else if (room >= count) {
-    _mm512_mask_storeu_epi8(target, lowBits(count), together);
-  } else {
-    return notMade;
-  }
-  return count;
-}
 
 // The 64 elements as bytes, when all are ASCII.
 VQ_TARGET_AVX512 inline bool narrowAscii(const VQChar* source, uint8_t* target) {
@@ -69,36 +44,6 @@ VQ_TARGET_AVX512 inline size_t encodeUpToTwo(__m512i a, __m512i b, size_t count,
   const __m512i bytes = _mm512_mask_blend_epi16(static_cast<__mmask32>(beyondAscii), units, two);
   const uint64_t chosen =
       (0x5555555555555555 | _pdep_u64(beyondAscii, 0xAAAAAAAAAAAAAAAA)) & lowBits(2 * count);
-  return storeChosen(bytes, chosen, target, room);
-}
-
-// From its lowest byte a lane holds the payload of the first of four bytes, of three, of two, and of the
-// last.
-VQ_TARGET_AVX512 inline __m512i payloadOf(__m512i c) {
-  const __m512i spread = _mm512_multishift_epi64_epi8(_mm512_set1_epi64(0x20262C3200060C12), c);
-  return _mm512_and_si512(spread, splat32(0x3F3F3F07));
-}
-
-VQ_TARGET_AVX512 inline uint32_t surrogatesOf(__m512i c) {
-  return _mm512_cmpeq_epi32_mask(_mm512_and_si512(c, splat32(~0x7FFu)), splat32(0xD800));
-}
-
-// The first `count` of sixteen elements; `notMade` also where one of them is no scalar value.
-template <int longest>
-VQ_TARGET_AVX512 inline size_t encodeGroup(__m512i c, size_t count, uint8_t* target, size_t room) {
-  uint32_t faults = surrogatesOf(c);
-  const __mmask16 isAscii = _mm512_cmplt_epu32_mask(c, splat32(0x80));
-  __m512i markers = _mm512_mask_blend_epi32(_mm512_cmpgt_epu32_mask(c, splat32(0x7FF)), splat32(0x80C00000),
-                                            splat32(0x8080E000));
-  if constexpr (longest == 4) {
-    markers =
-        _mm512_mask_mov_epi32(markers, _mm512_cmpgt_epu32_mask(c, splat32(0xFFFF)), splat32(0x808080F0));
-    faults |= _mm512_cmpgt_epu32_mask(c, splat32(0x10FFFF));
-  }
-  if (faults != 0) return notMade;
-  // The bytes of longer sequences than its own stay zero.
-  const __m512i bytes = _mm512_mask_slli_epi32(_mm512_or_si512(payloadOf(c), markers), isAscii, c, 24);
-  const uint64_t chosen = (_mm512_test_epi8_mask(bytes, bytes) | 0x8888888888888888) & lowBits(4 * count);
   return storeChosen(bytes, chosen, target, room);
 }
 
@@ -212,14 +157,8 @@ VQ_TARGET_AVX512 inline Progress encodeBlock(const Block& block, uint8_t* target
 
 VQ_TARGET_AVX512 Result wideToUtf8(const VQChar* source, size_t elementCount, uint8_t* target,
                                    size_t capacity) {
-  if (elementCount > groupSize) return encodeLong(source, elementCount, target, capacity);
-  const auto present = static_cast<__mmask16>(lowBits(elementCount));
-  const __m512i all = _mm512_maskz_loadu_epi32(present, source);
-  if (elementCount <= capacity && isBelow(all, 0x80)) {
-    _mm_mask_storeu_epi8(target, present, _mm512_cvtepi32_epi8(all));
-    return {0, elementCount, elementCount};
-  }
-  const size_t made = encodeGroup<4>(all, elementCount, target, capacity);
+  if (elementCount > mostTiny) return encodeLong(source, elementCount, target, capacity);
+  const size_t made = encodeTiny(source, elementCount, target, capacity);
   if (made == notMade) return portable::wideToUtf8(source, elementCount, target, capacity);
   return {0, elementCount, made};
 }

@@ -5,11 +5,14 @@
 // well-formed. The kernels are stricter than the steps, so where one stops, the steps say what follows.
 #include <algorithm>
 
+#include "text/cpu.hpp"
 #include "utf/transcode.hpp"
+#include "utf/transcode_tiny_avx512.hpp"
 #include "utf/utf_steps.hpp"
 #include "vqstring/utf.h"
 
 using namespace vq::utf;
+namespace avx512 = vq::transcode::avx512;
 
 namespace {
 
@@ -71,8 +74,8 @@ struct Driven {
 };
 
 template <class Decoder, class Encoder>
-Driven driveToUtf32(const uint8_t* source, size_t sourceBytes, uint8_t* target, size_t targetBytes,
-                    Decoder decode, Encoder encode) {
+Driven stepToUtf32(const uint8_t* source, size_t sourceBytes, uint8_t* target, size_t targetBytes,
+                   Decoder decode, Encoder encode) {
   const size_t capacity = targetBytes / 4;
   size_t room = targetBytes;
   size_t count = 0;
@@ -92,8 +95,8 @@ Driven driveToUtf32(const uint8_t* source, size_t sourceBytes, uint8_t* target, 
 }
 
 template <class Decoder, class Encoder>
-Driven driveFromUtf32(const uint8_t* source, size_t sourceBytes, uint8_t* target, size_t targetBytes,
-                      Encoder encode, Decoder decode) {
+Driven stepFromUtf32(const uint8_t* source, size_t sourceBytes, uint8_t* target, size_t targetBytes,
+                     Encoder encode, Decoder decode) {
   size_t written = 0;
   for (size_t left = sourceBytes / 4; left > 0 && written < targetBytes; --left, source += 4) {
     const Encoded encoded = encode(decode(source, 4).codePoint, target + written, targetBytes - written);
@@ -195,7 +198,7 @@ inline VQStatus report(const Driven& driven, uint64_t* written) {
                                            VQEncodeStep encoder) {
   return withDecoder(decoder, [&](auto decode) {
     return withEncoder(encoder, [&](auto encode) {
-      return report(driveToUtf32(source, sourceBytes, target, targetBytes, decode, encode), written);
+      return report(stepToUtf32(source, sourceBytes, target, targetBytes, decode, encode), written);
     });
   });
 }
@@ -205,28 +208,32 @@ inline VQStatus report(const Driven& driven, uint64_t* written) {
                                              VQDecodeStep decoder) {
   return withDecoder(decoder, [&](auto decode) {
     return withEncoder(encoder, [&](auto encode) {
-      return report(driveFromUtf32(source, sourceBytes, target, targetBytes, encode, decode), written);
+      return report(stepFromUtf32(source, sourceBytes, target, targetBytes, encode, decode), written);
     });
   });
 }
 
-}  // namespace
+// The steps for wide text in the machine's order.
+constexpr VQEncodeStep nativeEncode = native == Order::highFirst ? COPY_UTF32 : COPY_UTF32_SWAP;
+constexpr VQDecodeStep nativeDecode = native == Order::highFirst ? COPY_UTF32b : COPY_UTF32b_SWAP;
 
-VQStatus ConvertToUTF32(const uint8_t* source, uint64_t sourceBytes, uint8_t* target, uint64_t targetBytes,
-                        uint64_t* written, VQDecodeStep decoder, VQEncodeStep encoder) {
+[[gnu::noinline]] VQStatus driveToUtf32(const uint8_t* source, uint64_t sourceBytes, uint8_t* target,
+                                        uint64_t targetBytes, uint64_t* written, VQDecodeStep decoder,
+                                        VQEncodeStep encoder) {
   if (decoder == UTF8_UTF32 && (encoder == COPY_UTF32 || encoder == COPY_UTF32_SWAP) && isAligned(target)) {
     auto* wide = reinterpret_cast<VQChar*>(target);
     const Driven driven = utf8ToWide(source, sourceBytes, wide, targetBytes / 4);
-    if ((encoder == COPY_UTF32) != (native == Order::highFirst)) swapBytes(wide, driven.written / 4);
+    if (encoder != nativeEncode) swapBytes(wide, driven.written / 4);
     return report(driven, written);
   }
   return driveAnyToUtf32(source, sourceBytes, target, targetBytes, written, decoder, encoder);
 }
 
-VQStatus ConvertFromUTF32(const uint8_t* source, uint64_t sourceBytes, uint8_t* target, uint64_t targetBytes,
-                          uint64_t* written, VQEncodeStep encoder, VQDecodeStep decoder) {
+[[gnu::noinline]] VQStatus driveFromUtf32(const uint8_t* source, uint64_t sourceBytes, uint8_t* target,
+                                          uint64_t targetBytes, uint64_t* written, VQEncodeStep encoder,
+                                          VQDecodeStep decoder) {
   if (encoder == UTF32_UTF8 && (decoder == COPY_UTF32b || decoder == COPY_UTF32b_SWAP)) {
-    const bool isSwapped = (decoder == COPY_UTF32b) != (native == Order::highFirst);
+    const bool isSwapped = decoder != nativeDecode;
     if (isSwapped || !isAligned(source)) {
       return report(foreignWideToUtf8(source, sourceBytes / 4, target, targetBytes, isSwapped), written);
     }
@@ -234,6 +241,51 @@ VQStatus ConvertFromUTF32(const uint8_t* source, uint64_t sourceBytes, uint8_t* 
                   written);
   }
   return driveAnyFromUtf32(source, sourceBytes, target, targetBytes, written, encoder, decoder);
+}
+
+// Tiny texts between UTF-8 and wide text in the machine's order: the kernel is compiled in, and what it does
+// not make whole goes on as it came, so that no frame is needed.
+VQ_TARGET_AVX512 VQStatus driveTinyToWide(const uint8_t* source, uint64_t sourceBytes, uint8_t* target,
+                                          uint64_t targetBytes, uint64_t* written, VQDecodeStep decoder,
+                                          VQEncodeStep encoder) {
+  const size_t made =
+      avx512::decodeTiny(source, sourceBytes, reinterpret_cast<VQChar*>(target), targetBytes / 4);
+  if (made == avx512::notMade) {
+    return driveToUtf32(source, sourceBytes, target, targetBytes, written, decoder, encoder);
+  }
+  return report({0, 4 * made}, written);
+}
+VQ_TARGET_AVX512 VQStatus driveTinyToUtf8(const uint8_t* source, uint64_t sourceBytes, uint8_t* target,
+                                          uint64_t targetBytes, uint64_t* written, VQEncodeStep encoder,
+                                          VQDecodeStep decoder) {
+  const size_t made =
+      avx512::encodeTiny(reinterpret_cast<const VQChar*>(source), sourceBytes / 4, target, targetBytes);
+  if (made == avx512::notMade) {
+    return driveFromUtf32(source, sourceBytes, target, targetBytes, written, encoder, decoder);
+  }
+  return report({0, made}, written);
+}
+
+bool isTiny(uint64_t elementCount) {
+  return elementCount <= avx512::mostTiny && vq::cpu::hasAvx512();
+}
+
+}  // namespace
+
+VQStatus ConvertToUTF32(const uint8_t* source, uint64_t sourceBytes, uint8_t* target, uint64_t targetBytes,
+                        uint64_t* written, VQDecodeStep decoder, VQEncodeStep encoder) {
+  if (isTiny(sourceBytes) && decoder == UTF8_UTF32 && encoder == nativeEncode && isAligned(target)) {
+    return driveTinyToWide(source, sourceBytes, target, targetBytes, written, decoder, encoder);
+  }
+  return driveToUtf32(source, sourceBytes, target, targetBytes, written, decoder, encoder);
+}
+
+VQStatus ConvertFromUTF32(const uint8_t* source, uint64_t sourceBytes, uint8_t* target, uint64_t targetBytes,
+                          uint64_t* written, VQEncodeStep encoder, VQDecodeStep decoder) {
+  if (isTiny(sourceBytes / 4) && encoder == UTF32_UTF8 && decoder == nativeDecode && isAligned(source)) {
+    return driveTinyToUtf8(source, sourceBytes, target, targetBytes, written, encoder, decoder);
+  }
+  return driveFromUtf32(source, sourceBytes, target, targetBytes, written, encoder, decoder);
 }
 
 VQStatus COPY_UTF(const uint8_t* source, uint64_t sourceBytes, uint8_t* target, uint64_t targetBytes,
