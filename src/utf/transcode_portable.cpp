@@ -1,4 +1,5 @@
-// Transcoding in plain C++: one character at a time, with a short cut over ASCII.
+// Transcoding in plain C++: one character at a time, with a short cut over ASCII. Decoding is quick where any
+// sequence is whole and has room, and careful at the ends of the text and of the target.
 #include "utf/transcode_portable.hpp"
 
 #include <bit>
@@ -53,6 +54,27 @@ inline Sequence readSequence(const uint8_t* source, size_t byteCount) {
                               (source[3] & 0x3F))};
 }
 
+// A well-formed sequence of two bytes or more where four bytes are there; its length, or 0.
+inline uint32_t readMulti(const uint8_t* source, VQChar* character) {
+  const uint32_t first = source[0];
+  const uint32_t second = source[1] ^ 0x80u;
+  if (first < 0xE0) {
+    const uint32_t c = (first - 0xC0) << 6 | second;
+    *character = c;
+    return second < 0x40 && c - 0x80 < 0x780 ? 2 : 0;
+  }
+  const uint32_t third = source[2] ^ 0x80u;
+  if (first < 0xF0) {
+    const uint32_t c = (first & 0x0F) << 12 | second << 6 | third;
+    *character = c;
+    return (second | third) < 0x40 && c >= 0x800 && !isSurrogate(c) ? 3 : 0;
+  }
+  const uint32_t fourth = source[3] ^ 0x80u;
+  const uint32_t c = (first & 0x0F) << 18 | second << 12 | third << 6 | fourth;
+  *character = c;
+  return (second | third | fourth) < 0x40 && c >= 0x10000 && c <= 0x10FFFF ? 4 : 0;
+}
+
 // Widens the ASCII bytes at the start of eight bytes and counts them. All eight elements may be written.
 template <class Element>
 inline size_t copyAsciiOfEight(const uint8_t* source, Element* target) {
@@ -87,18 +109,30 @@ inline Result fromUtf8(const uint8_t* source, size_t byteCount, typename Target:
                        size_t capacity) {
   size_t at = 0;
   size_t written = 0;
-  while (at < byteCount) {
-    if (source[at] < 0x80) {
-      if (byteCount - at >= 8 && capacity - written >= 8) {
+  // As far as any sequence is whole and has room.
+  const size_t wholeEnd = byteCount < 3 ? 0 : byteCount - 3;
+  const size_t roomEnd = capacity < 1 ? 0 : capacity - 1;
+  while (at < wholeEnd && written < roomEnd) {
+    const uint8_t first = source[at];
+    if (first < 0x80) {
+      if (source[at + 1] < 0x80 && byteCount - at >= 8 && capacity - written >= 8) {
         const size_t ascii = copyAsciiOfEight(source + at, target + written);
         at += ascii;
         written += ascii;
-        continue;
+      } else {
+        target[written++] = first;
+        ++at;
       }
-      if (written == capacity) return {VQSTATUS_TARGET_FULL, at, written};
-      target[written++] = source[at++];
       continue;
     }
+    VQChar character = 0;
+    const uint32_t length = readMulti(source + at, &character);
+    if (length == 0) break;
+    Target::store(character, target + written);
+    at += length;
+    written += Target::sizeOf(character);
+  }
+  while (at < byteCount) {
     const Sequence next = readSequence(source + at, byteCount - at);
     if (next.status != 0) return {next.status, at, written};
     const uint32_t size = Target::sizeOf(next.character);

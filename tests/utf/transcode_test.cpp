@@ -117,26 +117,21 @@ void checkFromUtf8(Kernel<uint8_t, Target> kernel, const uint8_t* source, size_t
   ASSERT_EQ(convert(kernel, source, length, capacity), stepFromUtf8<Target>(source, length, capacity));
 }
 
-TEST(FromUtf8, EveryShortAndStructuredSequence) {
-  const auto check = [](const uint8_t* source, size_t length) {
-    for (const size_t capacity : {size_t{4}, size_t{1}}) {
-      static const test::GuardedRoom<VQChar> rooms(4);
-      VQChar* target = rooms.last(capacity);
-      const Result result = vq::transcode::utf8ToWide(source, length, target, capacity);
-      size_t at = 0;
-      VQStatus status = 0;
-      size_t count = 0;
-      while (at < length && status == 0) {
-        const Sequence next = readSequence(source + at, length - at);
-        status = next.status != 0 ? next.status : count == capacity ? VQSTATUS_TARGET_FULL : 0;
-        if (status != 0) break;
-        ASSERT_EQ(target[count++], next.value);
-        at += next.length;
-      }
-      ASSERT_EQ(result.status, status);
-      ASSERT_EQ(result.consumed, at);
-      ASSERT_EQ(result.written, count);
-      ASSERT_GE(vq::transcode::wideLengthOfUtf8(source, length), count);
+// Every sequence by itself, and in front of a text, where a kernel looks less often for the ends.
+TEST(FromUtf8, EveryShortAndStructuredSequenceUnderEveryLevel) {
+  const auto check = [](const uint8_t* sequence, size_t length) {
+    constexpr size_t behind = 12;
+    static const test::GuardedRoom<uint8_t> texts(4 + behind);
+    for (const size_t textLength : {length, length + behind}) {
+      uint8_t* text = texts.last(textLength);
+      std::fill_n(std::copy_n(sequence, length, text), textLength - length, uint8_t{'b'});
+      const auto wide = stepFromUtf8<VQChar>(text, textLength, textLength);
+      const auto units = stepFromUtf8<char16_t>(text, textLength, 1);
+      test::underEveryLevel([&] {
+        ASSERT_EQ(convert(vq::transcode::utf8ToWide, text, textLength, textLength), wide);
+        ASSERT_EQ(convert(vq::transcode::utf8ToUtf16, text, textLength, 1), units);
+        ASSERT_GE(vq::transcode::wideLengthOfUtf8(text, textLength), wide.target.size());
+      });
     }
   };
   for (size_t length = 1; length <= 2; ++length) test::forEverySequence(length, check);
