@@ -56,6 +56,18 @@ std::string allowedCharacters(bool isUrl) {
          (isUrl ? "-_" : "+/") + "\t\n =";
 }
 
+// Adds the characters that count, by lines: blanks and tabs are rare within one.
+void appendCounting(std::string& text, std::string_view characters) {
+  const bool hasBlanks = characters.find(' ') != std::string_view::npos ||  //
+                         characters.find('\t') != std::string_view::npos;
+  while (!characters.empty()) {
+    const std::string_view line = characters.substr(0, characters.find('\n'));
+    text += line;
+    characters.remove_prefix(std::min(line.size() + 1, characters.size()));
+  }
+  if (hasBlanks) std::erase_if(text, [](char character) { return character == ' ' || character == '\t'; });
+}
+
 int decodeFile(Session& session, const Base64Options& options, const std::string& path) {
   const auto decode = options.isUrl ? vqU8StringDecodeBase64URL : vqU8StringDecodeBase64;
   FileChunks chunks(path);
@@ -64,8 +76,7 @@ int decodeFile(Session& session, const Base64Options& options, const std::string
   for (bool isEnded = false; !isEnded && chunks.next();) {
     const size_t end = chunks.bytes().find('=');
     isEnded = end != std::string_view::npos || chunks.isLast();
-    for (const char character : chunks.bytes().substr(0, end))
-      if (character != '\t' && character != '\n' && character != ' ') text += character;
+    appendCounting(text, chunks.bytes().substr(0, end));
     const size_t length = isEnded ? text.size() : text.size() / 4 * 4;
     VQU8String string;
     vqU8StringInitStatic(session.service(), &string, session.pool(), text.data(),
