@@ -1,17 +1,22 @@
 // Base64: the codec and the whole operations beside GLib, and beside a memcpy of the input as the limit.
 //
 // The figure to look at is the share of the copy, here at 256 B / 4 KiB / 1 MiB on an Emerald Rapids Xeon,
-// whose copy moves 50 bytes a cycle within the first cache. There the codec encodes at .45 / .33 / .65 and
-// decodes at .42 / .31 / 1.0 in AVX-512, where a step takes as long as its three to four permutations, and at
-// .19 / .15 / .5 and .2 / .16 / .6 in AVX2. The whole operations encode at .14 / .30 / .65 and decode at
-// .17 / .25 / 1.0: making and ending a string or block takes some 15 ns, which is four copies of 256 B; and
-// 1 MiB with what it becomes is more than the second cache holds. Against GLib that is 9 / 28 / 10 and
-// 12 / 32 / 24 times the speed, wrapped 8 / 18 / 7 and 7 / 18 / 12 times.
+// whose copy moves 50 bytes a cycle within the first cache. Ranges are medians of several runs, the better
+// end from when the machine was quiet.
+//
+// The codec encodes at .40-.53 / .38-.45 / .62-.71 and decodes at .42 / .31 / 1.0 in AVX-512, where a step
+// takes as long as its two to four permutations, and at .19 / .15 / .5 and .2 / .16 / .6 in AVX2. The whole
+// operations encode at .13-.19 / .28-.36 / .59-.71 and decode at .17 / .25 / 1.0: making and ending a string
+// or block takes some 15 ns, which is three copies of 256 B; and 1 MiB with what it becomes is more than the
+// second cache holds: a bare loop that loads and stores as much takes 56 to 64 us, the codec 59 to 67 at its
+// best. Against GLib that is 10-11 / 34-46 / 15-18 and 12 / 32 / 24 times the speed, wrapped 8-10 / 21-24 /
+// 11 and 7 / 18 / 12 times.
 //
 // Wide text has four bytes for a character. Beside a copy of it ("memcpy_wide"), it is encoded at
-// .1 / .5 / 1.7 and decoded at .17 / .7 / 1.9; beside a copy of the bytes, encoded at .05 / .1 / .16 and
-// decoded at .1 / .17 / .2. Of short texts the temporary, the record, the block and the five calls of the
-// host that belong to a wide result take 50 ns; at 16 B GLib is twice as fast.
+// .13-.15 / .6-.8 / 1.7 and decoded at .17 / .7 / 1.9; beside a copy of the bytes, encoded at
+// .05 / .12-.16 / .18-.20 and decoded at .1 / .17 / .2. At 4 KiB a loop of nothing but such stores takes
+// 114 ns, and 200 to 230 us at 1 MiB. Of short texts the temporary, the record, the block and the five calls
+// of the host that belong to a wide result take 45 ns or more; at 16 B GLib is up to twice as fast.
 #include <benchmark/benchmark.h>
 #include <glib.h>
 

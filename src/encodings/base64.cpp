@@ -18,22 +18,18 @@ using base64::Alphabet;
 
 // ---- Encoding ----
 
-// Whole groups, in lines or without an end.
+// Whole groups in lines, and behind them those that make no line.
 template <class Element>
-Element* writeGroups(const Alphabet& alphabet, const uint8_t* bytes, uint64_t groupCount, bool wrap,
-                     Element* target) {
-  if (wrap) {
-    const uint64_t lineCount = groupCount / base64::groupsPerLine;
-    base64::encodeLines(alphabet, bytes, lineCount, target);
-    bytes += 3 * base64::groupsPerLine * lineCount;
-    target += (4 * base64::groupsPerLine + 1) * lineCount;
-    groupCount -= base64::groupsPerLine * lineCount;
-  }
-  base64::encodeGroups(alphabet, bytes, groupCount, target);
-  return target + 4 * groupCount;
+[[gnu::noinline]] void writeLines(const Alphabet& alphabet, const uint8_t* bytes, uint64_t groupCount,
+                                  Element* target) {
+  const uint64_t lineCount = groupCount / base64::groupsPerLine;
+  base64::encodeLines(alphabet, bytes, lineCount, target);
+  base64::encodeGroups(alphabet, bytes + 3 * base64::groupsPerLine * lineCount,
+                       groupCount % base64::groupsPerLine,
+                       target + (4 * base64::groupsPerLine + 1) * lineCount);
 }
 
-// The one or two bytes of the last group.
+// The one or two bytes of the last group. Answers its end.
 template <class Element>
 Element* writeRest(const Alphabet& alphabet, const uint8_t* bytes, uint64_t byteCount, bool pad,
                    Element* target) {
@@ -48,19 +44,6 @@ Element* writeRest(const Alphabet& alphabet, const uint8_t* bytes, uint64_t byte
     *target++ = '=';
   }
   return target;
-}
-
-// The encoded form of some bytes, without a terminator. Answers its end.
-template <class Element>
-Element* writeText(const Alphabet& alphabet, const uint8_t* bytes, uint64_t byteCount, bool pad, bool wrap,
-                   Element* target) {
-  const uint64_t groupCount = byteCount / 3, restBytes = byteCount % 3;
-  Element* end = writeGroups(alphabet, bytes, groupCount, wrap, target);
-  if (restBytes == 0) return end;
-  end = writeRest(alphabet, bytes + 3 * groupCount, restBytes, pad, end);
-  // A shortened group counts as a whole one on its line.
-  if (wrap && (groupCount + 1) % base64::groupsPerLine == 0) *end++ = '\n';
-  return end;
 }
 
 // The room for the encoded text: a third more, the line feeds, and something for the last group. False when
@@ -97,10 +80,23 @@ struct Encoding {
         isPadded(pad == 1),
         isWrapped(wrap == 1) {}
 
-  // Writes the encoded form without a terminator and answers its length.
+  // Writes the encoded form without a terminator. The end comes first: then nothing of it has to be kept over
+  // the call that does the work.
   template <class Element>
-  uint64_t writeTo(Element* target) const {
-    return static_cast<uint64_t>(writeText(alphabet, bytes, byteCount, isPadded, isWrapped, target) - target);
+  void writeTo(Element* target) const {
+    const uint64_t groupCount = byteCount / 3, restBytes = byteCount % 3;
+    if (restBytes != 0) {
+      const uint64_t lineFeeds = isWrapped ? groupCount / base64::groupsPerLine : 0;
+      Element* end = writeRest(alphabet, bytes + 3 * groupCount, restBytes, isPadded,
+                               target + 4 * groupCount + lineFeeds);
+      // A shortened group counts as a whole one on its line.
+      if (isWrapped && (groupCount + 1) % base64::groupsPerLine == 0) *end = '\n';
+    }
+    if (isWrapped) {
+      writeLines(alphabet, bytes, groupCount, target);
+    } else {
+      base64::encodeGroups(alphabet, bytes, groupCount, target);
+    }
   }
   // The length for one byte at least.
   uint64_t length() const {
@@ -110,67 +106,66 @@ struct Encoding {
   }
 };
 
-// An empty string with room for the encoded form.
-VQStatus createForEncoding(const Encoding& encoding, VQStringService* service, VQPool* pool,
-                           VQU8String** string) {
+// An empty string with room for the encoded form, or null.
+VQU8String* createForEncoding(const Encoding& encoding, VQStringService* service, VQPool* pool) {
   int64_t capacity = 0;
   if (encoding.byteCount != 0 && !encodedCapacity(encoding.byteCount, encoding.isWrapped, &capacity)) {
-    return VQSTATUS_NO_MEMORY;
+    return nullptr;
   }
-  return vqU8StringCreateSized(service, string, pool, nullptr, 0, capacity);
+  return createSized<U8Kind>(service, pool != nullptr ? pool : service->pool, nullptr, 0,
+                             static_cast<uint64_t>(capacity));
 }
 
 void fillEncoded(const Encoding& encoding, VQU8String* string) {
-  string->length = encoding.writeTo(string->text);
-  string->text[string->length] = 0;
-  assert(string->length <= string->capacity);
+  if (encoding.byteCount == 0) return;
+  const uint64_t length = encoding.length();
+  assert(length <= string->capacity);
+  string->length = length;
+  string->text[length] = 0;
+  encoding.writeTo(string->text);
 }
 
 VQStatus encode(const Encoding& encoding, VQStringService* service, VQPool* pool, VQU8String** target) {
-  VQU8String* string = nullptr;
-  if (const VQStatus status = createForEncoding(encoding, service, pool, &string); status != 0) return status;
-  if (encoding.byteCount != 0) fillEncoded(encoding, string);
+  VQU8String* string = createForEncoding(encoding, service, pool);
+  if (string == nullptr) return VQSTATUS_NO_MEMORY;
+  fillEncoded(encoding, string);
   *target = string;
   return 0;
 }
 
-// Makes a string with the wide form at once, or none if that does not do. The temporary serves for the front
-// that the host converts.
-VQStatus fillWide(const Encoding& encoding, VQStringService* service, VQU8String* temporary, VQPool* pool,
-                  VQString** target, bool* isFilled) {
+// Makes a string with the wide form at once, or none if that does not do. The front that the host converts is
+// the first character, which stands in the alphabet.
+VQStatus fillWide(const Encoding& encoding, VQStringService* service, VQPool* pool, VQString** target,
+                  bool* isFilled) {
   if (!ensureTarget<WideKind>(service, target, pool != nullptr ? pool : service->pool)) {
     return VQSTATUS_NO_MEMORY;
   }
-  base64::portable::encodeGroups(encoding.alphabet, encoding.bytes, 1, temporary->text);
   const VQStatus status = fillAscii<WideKind>(
-      *target, service, temporary->text, 4, encoding.length(),
+      *target, service, &encoding.alphabet.characters[encoding.bytes[0] >> 2], 1, encoding.length(),
       [&](VQChar* text) {
         encoding.writeTo(text);
         return true;
       },
       isFilled);
   if (status == 0 && *isFilled) return 0;
-  vqStringDestroy(*target);
+  destroy<WideKind>(*target);
   *target = nullptr;
   return status;
 }
 
 VQStatus encodeWide(const Encoding& encoding, VQStringService* service, VQPool* pool, VQString** target) {
-  VQU8String* temporary = nullptr;
-  VQStatus status = createForEncoding(encoding, service, pool, &temporary);
-  if (status != 0) return status;
+  VQU8String* temporary = createForEncoding(encoding, service, pool);
+  if (temporary == nullptr) return VQSTATUS_NO_MEMORY;
   *target = nullptr;
+  VQStatus status = 0;
   bool isFilled = false;
-  // The front is a whole group.
-  if (encoding.byteCount >= 3) {
-    status = fillWide(encoding, service, temporary, pool, target, &isFilled);
-  }
+  if (encoding.byteCount != 0) status = fillWide(encoding, service, pool, target, &isFilled);
   if (status == 0 && !isFilled) {
-    if (encoding.byteCount != 0) fillEncoded(encoding, temporary);
+    fillEncoded(encoding, temporary);
     status = vqStringEncode(service, target, pool, temporary->text, static_cast<int64_t>(temporary->length),
                             ENC_UTF8);
   }
-  vqU8StringDestroy(temporary);
+  destroy<U8Kind>(temporary);
   return status;
 }
 

@@ -2,6 +2,7 @@
 // of the alphabet are looked up as they are. Runs shorter than a step, and the end of a text to decode, go by
 // masks that cut the step to what is there.
 #include <algorithm>
+#include <type_traits>
 
 #include "encodings/base64_codec.hpp"
 #include "encodings/bytes_avx512.hpp"
@@ -16,72 +17,156 @@ using namespace vq::avx512;
 constexpr uint64_t stepBytes = 3 * vectorGroups;
 constexpr __mmask64 stepMask = (uint64_t{1} << stepBytes) - 1;
 
-// In encoding, the bytes of a group in the order in which its values can be cut out; in decoding, the low
-// three bytes of each word, from the top one on.
-constexpr int inGroup[4] = {1, 0, 2, 1};
-alignas(64) constexpr Places groupOrder = placesBy([](int i) { return i / 4 * 3 + inGroup[i % 4]; });
-alignas(64) constexpr Places byteOrder = placesBy([](int i) { return i < 48 ? i / 3 * 4 + 2 - i % 3 : 0; });
-
 // ---- Encoding ----
 
+// Where in two words, the first byte of a group above the second and the second above the third, its four
+// values begin.
+constexpr int valueShift[4] = {10, 4, 6, 0};
+
+// Which byte of a step goes where, where in the quad words its values then begin, and how the characters that
+// come of them are stored.
+template <class Element>
+struct Layout;
+
+// All is in the order of the text.
+template <>
+struct Layout<char> {
+  alignas(64) static constexpr Places order = placesBy([](int i) {
+    constexpr int inGroup[4] = {1, 0, 2, 1};
+    return i / 4 * 3 + inGroup[i % 4];
+  });
+  alignas(64) static constexpr Places shifts = placesBy([](int i) {
+    return i / 2 % 4 * 16 + valueShift[i % 4];
+  });
+
+  // The values, with more above their six bits, by plain shifts: two in the low bytes of the words, two in
+  // the high ones.
+  VQ_INLINE_AVX512 static __m512i valuesByShifts(__m512i words) {
+    const __m512i low = _mm512_srlv_epi16(words, _mm512_set1_epi32(valueShift[2] << 16 | valueShift[0]));
+    const __m512i high =
+        _mm512_sllv_epi16(words, _mm512_set1_epi32((8 - valueShift[3]) << 16 | (8 - valueShift[1])));
+    return _mm512_mask_blend_epi8(0xAAAAAAAAAAAAAAAA, low, high);
+  }
+  VQ_INLINE_AVX512 static void write(char* target, __m512i characters) { store(target, characters); }
+  VQ_INLINE_AVX512 static void write(char* target, __m512i characters, uint64_t count) {
+    store(target, characters, count);
+  }
+};
+
+// A double word has a character of each quarter of the step, so that mere shifts and masks make elements of
+// them: for those there is time beside the permutations.
+template <>
+struct Layout<VQChar> {
+  alignas(64) static constexpr Places order = placesBy([](int i) {
+    const int group = i / 16 + i % 8 / 2 * 4, word = i / 8 % 2;
+    return 3 * group + word + (i % 2 == 0 ? 1 : 0);
+  });
+  alignas(64) static constexpr Places shifts = placesBy([](int i) {
+    return i % 4 * 16 + valueShift[i / 4 % 4];
+  });
+
+  template <int index>
+  VQ_INLINE_AVX512 static __m512i quarter(__m512i characters) {
+    const __m512i shifted = _mm512_srli_epi32(characters, 8 * index);
+    // A permutation for one of them makes the two kinds of work equal.
+    if constexpr (index == 1) {
+      return _mm512_maskz_shuffle_epi8(0x1111111111111111, characters, _mm512_set4_epi32(13, 9, 5, 1));
+    }
+    return index == 3 ? shifted : _mm512_and_si512(shifted, _mm512_set1_epi32(0xFF));
+  }
+  VQ_INLINE_AVX512 static void write(VQChar* target, __m512i characters) {
+    _mm512_storeu_si512(target, quarter<0>(characters));
+    _mm512_storeu_si512(target + 16, quarter<1>(characters));
+    _mm512_storeu_si512(target + 32, quarter<2>(characters));
+    _mm512_storeu_si512(target + 48, quarter<3>(characters));
+  }
+  VQ_INLINE_AVX512 static void write(VQChar* target, __m512i characters, uint64_t count) {
+    const uint64_t mask = _cvtmask64_u64(lowBits(count));
+    _mm512_mask_storeu_epi32(target, static_cast<__mmask16>(mask), quarter<0>(characters));
+    _mm512_mask_storeu_epi32(target + 16, static_cast<__mmask16>(mask >> 16), quarter<1>(characters));
+    _mm512_mask_storeu_epi32(target + 32, static_cast<__mmask16>(mask >> 32), quarter<2>(characters));
+    _mm512_mask_storeu_epi32(target + 48, static_cast<__mmask16>(mask >> 48), quarter<3>(characters));
+  }
+};
+
+template <class Element>
 struct Encoder {
+  using Form = Layout<Element>;
+
   __m512i characters;
   __m512i order;
-  // The bits of a group, as bytes b1 b0 b2 b1, where its four values begin.
   __m512i shifts;
 
   VQ_INLINE_AVX512 explicit Encoder(const Alphabet& alphabet)
       : characters(tableOf(alphabet.characters.data())),
-        order(tableOf(groupOrder.data())),
-        shifts(_mm512_set1_epi64(0x3036242A1016040A)) {}
+        order(tableOf(Form::order.data())),
+        shifts(tableOf(Form::shifts.data())) {}
 
-  VQ_INLINE_AVX512 __m512i step(const uint8_t* bytes, __mmask64 mask) const {
-    const __m512i source = _mm512_maskz_loadu_epi8(mask, bytes);
-    const __m512i values = _mm512_multishift_epi64_epi8(shifts, _mm512_permutexvar_epi8(order, source));
-    return _mm512_permutexvar_epi8(values, characters);
+  VQ_INLINE_AVX512 __m512i encoded(__m512i source) const {
+    const __m512i words = _mm512_permutexvar_epi8(order, source);
+    return _mm512_permutexvar_epi8(_mm512_multishift_epi64_epi8(shifts, words), characters);
+  }
+  // Multishift and permutations share one unit of the processor. Where nothing else needs the other one,
+  // every second step goes partly there.
+  VQ_INLINE_AVX512 __m512i encodedBeside(__m512i source) const {
+    if constexpr (std::is_same_v<Element, char>) {
+      const __m512i values = Form::valuesByShifts(_mm512_permutexvar_epi8(order, source));
+      return _mm512_permutexvar_epi8(values, characters);
+    } else {
+      return encoded(source);
+    }
+  }
+  VQ_INLINE_AVX512 __m512i step(const uint8_t* bytes, __mmask64 mask = stepMask) const {
+    return encoded(_mm512_maskz_loadu_epi8(mask, bytes));
   }
 
-  template <class Element>
   VQ_TARGET_AVX512 void run(const uint8_t* bytes, uint64_t groupCount, Element* target) const {
     if (groupCount < vectorGroups) {
-      store(target, step(bytes, lowBits(3 * groupCount)), 4 * groupCount);
+      Form::write(target, step(bytes, lowBits(3 * groupCount)), 4 * groupCount);
       return;
     }
     // From the second step on at the boundaries of cache lines, if the target allows it: a store that crosses
     // one costs two.
-    store(target, step(bytes, stepMask));
-    constexpr uint64_t groupSize = 4 * sizeof(Element);
+    Form::write(target, step(bytes));
+    constexpr uint64_t groupSize = 4 * sizeof(Element), lineGroups = 64 / groupSize;
     const bool isFar = groupCount * groupSize > text::farBytes;
-    uint64_t group = vectorGroups - reinterpret_cast<uintptr_t>(target) / groupSize % vectorGroups;
-    for (; groupCount - group >= 2 * vectorGroups; group += 2 * vectorGroups) {
-      const __m512i first = step(bytes + 3 * group, stepMask);
-      const __m512i second = step(bytes + 3 * group + stepBytes, stepMask);
+    uint64_t group = vectorGroups - reinterpret_cast<uintptr_t>(target) / groupSize % lineGroups;
+    // A load of 64 bytes needs six groups more.
+    for (; groupCount - group >= 2 * vectorGroups + 6; group += 2 * vectorGroups) {
+      const __m512i first = encoded(_mm512_loadu_si512(bytes + 3 * group));
+      const __m512i second = encodedBeside(_mm512_loadu_si512(bytes + 3 * group + stepBytes));
       if (isFar)
         text::claimAhead<2 * vectorGroups * groupSize>(reinterpret_cast<const uint8_t*>(target + 4 * group) +
                                                        text::aheadBytes);
-      store(target + 4 * group, first);
-      store(target + 4 * group + 4 * vectorGroups, second);
+      Form::write(target + 4 * group, first);
+      Form::write(target + 4 * group + 4 * vectorGroups, second);
     }
-    if (groupCount - group > vectorGroups) store(target + 4 * group, step(bytes + 3 * group, stepMask));
+    for (; groupCount - group > vectorGroups; group += vectorGroups) {
+      Form::write(target + 4 * group, step(bytes + 3 * group));
+    }
     const uint64_t last = groupCount - vectorGroups;
-    store(target + 4 * last, step(bytes + 3 * last, stepMask));
+    Form::write(target + 4 * last, step(bytes + 3 * last));
   }
 };
 
 template <class Element>
 VQ_TARGET_AVX512 void encodeEachLine(const Alphabet& alphabet, const uint8_t* bytes, uint64_t lineCount,
                                      Element* target) {
-  const Encoder encoder(alphabet);
+  using Form = Layout<Element>;
+  const Encoder<Element> encoder(alphabet);
   for (; lineCount != 0; --lineCount, bytes += 3 * groupsPerLine, target += 4 * groupsPerLine) {
     constexpr uint64_t last = groupsPerLine - vectorGroups;
-    store(target, encoder.step(bytes, stepMask));
-    store(target + 4 * last, encoder.step(bytes + 3 * last, stepMask));
+    Form::write(target, encoder.step(bytes));
+    Form::write(target + 4 * last, encoder.step(bytes + 3 * last));
     target[4 * groupsPerLine] = '\n';
     ++target;
   }
 }
 
 // ---- Decoding ----
+
+// The low three bytes of each word, from the top one on.
+alignas(64) constexpr Places byteOrder = placesBy([](int i) { return i < 48 ? i / 3 * 4 + 2 - i % 3 : 0; });
 
 struct Decoder {
   __m512i lower;
@@ -165,12 +250,12 @@ VQ_TARGET_AVX512 uint64_t decodeEachLine(const Alphabet& alphabet, const Element
 
 VQ_TARGET_AVX512 void encodeGroups(const Alphabet& alphabet, const uint8_t* bytes, uint64_t groupCount,
                                    char* target) {
-  Encoder(alphabet).run(bytes, groupCount, target);
+  Encoder<char>(alphabet).run(bytes, groupCount, target);
 }
 
 VQ_TARGET_AVX512 void encodeGroups(const Alphabet& alphabet, const uint8_t* bytes, uint64_t groupCount,
                                    VQChar* target) {
-  Encoder(alphabet).run(bytes, groupCount, target);
+  Encoder<VQChar>(alphabet).run(bytes, groupCount, target);
 }
 
 void encodeLines(const Alphabet& alphabet, const uint8_t* bytes, uint64_t lineCount, char* target) {
