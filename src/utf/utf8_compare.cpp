@@ -190,11 +190,11 @@ class BlockSkips {
 // where the first bytes differ only when that is asked for.
 AlikeRun skipBlocks(const Pair& at, size_t reach, PartnerTable& partners, bool findsDifference) {
   AlikeRun run;
-  if (vq::cpu::hasAvx512()) run = avx512::alikeRun(at.first, at.second, reach, partners);
+  if (vq::cpu::hasAvx512()) avx512::alikeRun(at.first, at.second, reach, partners, run);
   const uint8_t* first = at.first + run.byteCount;
   const uint8_t* second = at.second + run.byteCount;
   size_t left = reach - run.byteCount;
-  if (left < BlockSkips::blockBytes) return run;
+  if (left < BlockSkips::blockBytes || run.order != 0) return run;
   const size_t ascii = asciiFoldedPrefix(first, second, left);
   if (findsDifference && run.firstDifference == AlikeRun::none) {
     const size_t exact = vq::text::firstDifference(first, second, ascii);
@@ -227,6 +227,11 @@ inline int32_t compareByWords(const char* first, const char* second, size_t byte
     if (a == b) return 0;
   }
   return __builtin_bswap64(a) < __builtin_bswap64(b) ? -1 : 1;
+}
+
+// Whether two texts of 8 to 16 bytes are the same; others are not looked at.
+inline bool areSameWords(const char* first, uint64_t firstBytes, const char* second, uint64_t secondBytes) {
+  return firstBytes == secondBytes && firstBytes - 8 <= 8 && compareByWords(first, second, firstBytes) == 0;
 }
 
 inline int32_t compareBytes(const char* first, const char* second, size_t byteCount) {
@@ -263,21 +268,10 @@ class NormWalk {
         span_(std::min(firstBytes, secondBytes)) {}
 
   int32_t run() {
-    BlockSkips skips;
-    while (span_ > 0 && at_.secondLeft > 0) {
-      if (const size_t reach = std::min(span_, at_.secondLeft); skips.isDue(reach)) {
-        const size_t skipped = skip(reach);
-        skips.report(skipped);
-        if (skipped > 0) continue;
-      }
-      skips.countStep();
-      const size_t alike = alikeBytes(at_, std::min(span_, at_.secondLeft), pairs_,
-                                      [this](bool isFirstSmaller) { setTie(isFirstSmaller); });
-      advance(alike, alike);
-      if (span_ == 0 || at_.secondLeft == 0) break;
-      if (const int32_t order = step(); order != 0) return order;
+    if (skips_.isDue(reach())) {
+      if (const AlikeRun run = skip(); run.order != 0) return run.order;
     }
-    return compareTails();
+    return reach() == 0 ? compareTails() : walk();
   }
 
  private:
@@ -291,11 +285,35 @@ class NormWalk {
     if (tie_ == 0) tie_ = isFirstSmaller ? -1 : 1;
   }
 
-  size_t skip(size_t reach) {
-    const auto [byteCount, different] = skipBlocks(at_, reach, partners_, tie_ == 0);
-    if (different < byteCount) setTie(at_.first[different] < at_.second[different]);
-    advance(byteCount, byteCount);
-    return byteCount;
+  // How far the walk can go in both texts.
+  size_t reach() const { return std::min(span_, at_.secondLeft); }
+
+  AlikeRun skip() {
+    const AlikeRun run = skipBlocks(at_, reach(), partners_, tie_ == 0);
+    if (run.firstDifference < run.byteCount) {
+      setTie(at_.first[run.firstDifference] < at_.second[run.firstDifference]);
+    }
+    advance(run.byteCount, run.byteCount);
+    skips_.report(run.byteCount);
+    return run;
+  }
+
+  // Text that is left by a first skip: short texts seldom come here.
+  __attribute__((noinline)) int32_t walk() {
+    while (reach() > 0) {
+      if (skips_.isDue(reach())) {
+        const AlikeRun run = skip();
+        if (run.order != 0) return run.order;
+        if (run.byteCount > 0) continue;
+      }
+      skips_.countStep();
+      const size_t alike =
+          alikeBytes(at_, reach(), pairs_, [this](bool isFirstSmaller) { setTie(isFirstSmaller); });
+      advance(alike, alike);
+      if (reach() == 0) break;
+      if (const int32_t order = step(); order != 0) return order;
+    }
+    return compareTails();
   }
 
   // One character of each text; the result when it is decided.
@@ -317,9 +335,9 @@ class NormWalk {
     const Decoded c = decodeUtf8(at_.first, at_.firstLeft);
     const Decoded d = decodeUtf8(at_.second, at_.secondLeft);
     setTie(c.codePoint < d.codePoint);
-    const auto foldedC = static_cast<int32_t>(fold_(c.codePoint));
-    const auto foldedD = static_cast<int32_t>(fold_(d.codePoint));
-    if (foldedC != foldedD) return foldedC < foldedD ? -2 : 2;
+    const VQChar foldedC = fold_(c.codePoint);
+    const VQChar foldedD = fold_(d.codePoint);
+    if (foldedC != foldedD) return orderOf(foldedC, foldedD);
     remember(at_, c, d, pairs_);
     advance(c.consumed, d.consumed);
     return 0;
@@ -342,6 +360,7 @@ class NormWalk {
   Pair at_;
   size_t span_;
   int32_t tie_ = 0;
+  BlockSkips skips_;
   Remembered<HostFold> fold_;
   AlikePairs pairs_;
   PartnerTable partners_;
@@ -356,6 +375,7 @@ inline VQChar foldOf(uint8_t first, const Decoded& decoded, Fold& fold) {
 }  // namespace
 
 int32_t vqzsu8NormCompare(const char* first, uint64_t firstBytes, const char* second, uint64_t secondBytes) {
+  if (areSameWords(first, firstBytes, second, secondBytes)) return 0;
   return NormWalk(first, firstBytes, second, secondBytes).run();
 }
 
@@ -365,6 +385,7 @@ int32_t vqzsu8NormCompareText(const char* first, uint64_t firstBytes, const char
 }
 
 uint32_t vqzsu8NormEqual(const char* first, uint64_t firstBytes, const char* second, uint64_t secondBytes) {
+  if (areSameWords(first, firstBytes, second, secondBytes)) return 1;
   Pair at{bytesOf(first), bytesOf(second), firstBytes, secondBytes};
   Remembered<ElementFold> fold;
   AlikePairs pairs;
@@ -372,10 +393,11 @@ uint32_t vqzsu8NormEqual(const char* first, uint64_t firstBytes, const char* sec
   BlockSkips skips;
   while (at.firstLeft > 0 && at.secondLeft > 0) {
     if (const size_t reach = std::min(at.firstLeft, at.secondLeft); skips.isDue(reach)) {
-      const size_t skipped = skipBlocks(at, reach, partners, false).byteCount;
-      at.advance(skipped, skipped);
-      skips.report(skipped);
-      if (skipped > 0) continue;
+      const AlikeRun run = skipBlocks(at, reach, partners, false);
+      if (run.order != 0) return 0;
+      at.advance(run.byteCount, run.byteCount);
+      skips.report(run.byteCount);
+      if (run.byteCount > 0) continue;
     }
     skips.countStep();
     const size_t alike = alikeBytes(at, std::min(at.firstLeft, at.secondLeft), pairs, [](bool) {});
