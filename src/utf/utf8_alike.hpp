@@ -26,13 +26,18 @@ inline int32_t orderOf(VQChar first, VQChar second) {
   return static_cast<int32_t>(first) < static_cast<int32_t>(second) ? -2 : 2;
 }
 
-// The host's lower case, or the library's own where there is no host to ask.
-struct HostFold {
-  VQNls* nls = Exported_VQHandle == nullptr ? nullptr : Exported_VQHandle->kernelNls;
+// The host's lower case, or the library's own where there is no host to ask. Found once for a comparison: it
+// is asked often.
+class HostFold {
+ public:
+  VQChar operator()(VQChar c) const { return toLower_(nls_, c, 1); }
 
-  VQChar operator()(VQChar c) const {
-    return nls == nullptr ? vq::text::lowerByTable(c) : nls->nlsToLower(nls, c, 1);
-  }
+ private:
+  using ToLower = decltype(VQNls::nlsToLower);
+  static VQChar lowerWithoutHost(VQNls*, VQChar c, uint64_t) { return vq::text::lowerByTable(c); }
+
+  VQNls* nls_ = Exported_VQHandle == nullptr ? nullptr : Exported_VQHandle->kernelNls;
+  ToLower toLower_ = nls_ == nullptr ? lowerWithoutHost : nls_->nlsToLower;
 };
 
 // For each character of two bytes the last other one that was found to fold alike in this call, in a place
@@ -50,7 +55,7 @@ struct AlikeRun {
   static constexpr size_t none = SIZE_MAX;
   size_t byteCount = 0;
   size_t firstDifference = none;
-  // -2 or 2 when the host has said that the first or the second character behind it folds to the lesser one.
+  // -2 or 2 when a character in it folds to less or more than the other: then nothing else counts.
   int32_t order = 0;
 
   // `differs` has a bit for each of the bytes that differ.

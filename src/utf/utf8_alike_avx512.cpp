@@ -67,22 +67,26 @@ VQ_TARGET_AVX512 inline uint64_t findIrregular(__m512i bytes) {
                   _mm512_cmpge_epu8_mask(bytes, splat8<0xF8>()));
 }
 
-// A block with pairs of characters of which nothing is known yet.
-struct OpenBlock {
-  // Where they begin in the block, and what they are.
-  uint64_t open = 0;
-  alignas(64) uint16_t places[blockBytes / 2];
-  alignas(64) uint16_t entries[blockBytes / 2];
-  // How far the block is alike if they are, and where its bytes differ.
-  size_t end;
-  uint64_t differs;
-  bool isLast;
+// Pairs of which nothing is known yet, in the order of the text, with room for two blocks.
+struct OpenPairs {
+  static constexpr size_t perBlock = blockBytes / 2;
+  size_t count = 0;
+  uint16_t places[2 * perBlock];
+  uint16_t entries[2 * perBlock];
+
+  bool hasRoom() const { return count <= perBlock; }
+  VQ_TARGET_AVX512 void append(const Pairs& pairs, uint32_t chosen) {
+    _mm512_storeu_si512(places + count, _mm512_maskz_compress_epi16(chosen, pairs.places));
+    _mm512_storeu_si512(entries + count, _mm512_maskz_compress_epi16(chosen, pairs.entries));
+    count += countBits(chosen);
+  }
 };
 
-// Goes on by what is alike as far as that is known.
-[[gnu::noinline]] VQ_TARGET_AVX512 void goByKnown(const uint8_t* first, const uint8_t* second,
+// Goes on by what is alike if the pairs that it leaves open are. With some of them open it goes no further
+// than `enough`. Whether it has come to the end.
+[[gnu::noinline]] VQ_TARGET_AVX512 bool goByKnown(const uint8_t* first, const uint8_t* second,
                                                   size_t byteCount, const PartnerTable& partners,
-                                                  AlikeRun& run, OpenBlock& block) {
+                                                  size_t enough, AlikeRun& run, OpenPairs& open) {
   while (run.byteCount < byteCount) {
     const uint8_t* at = first + run.byteCount;
     const size_t left = byteCount - run.byteCount;
@@ -90,13 +94,14 @@ struct OpenBlock {
     const __m512i a = loadSome(at, lowBits(length));
     const __m512i b = loadSome(second + run.byteCount, lowBits(length));
     const uint64_t differs = numberOf(_mm512_cmpneq_epi8_mask(a, b));
-    if (differs == 0 && length == blockBytes) return;
+    if (differs == 0 && length == blockBytes) return true;
     const uint64_t unlike = numberOf(_mm512_cmpneq_epi8_mask(foldAscii(a), foldAscii(b)));
     const uint64_t notAscii = numberOf(_mm512_movepi8_mask(a));
     size_t end = length;
     bool isLast = false;
+    bool isOpen = false;
     if ((unlike | notAscii) == 0) {
-      if (length == blockBytes) return;
+      if (length == blockBytes) return true;
     } else {
       const uint64_t firsts = numberOf(findFirstsOfTwo(a) & findFirstsOfTwo(b));
       uint64_t pairs = firsts & numberOf(findContinuations(a) & findContinuations(b)) >> 1;
@@ -113,68 +118,58 @@ struct OpenBlock {
       pairs &= (unlike | unlike >> 1) & lowBits(end);
       if (pairs != 0) {
         const Pairs drawn = pairsAt(a, b, pairs);
-        uint64_t open = pairs;
-        if (!partners.isEmpty) open &= ~_pdep_u64(findKnown(drawn, partners), pairs);
-        if (open != 0) {
-          const auto kept = static_cast<uint32_t>(_pext_u64(open, pairs));
-          _mm512_store_si512(block.places, _mm512_maskz_compress_epi16(kept, drawn.places));
-          _mm512_store_si512(block.entries, _mm512_maskz_compress_epi16(kept, drawn.entries));
-          block.open = open;
-          block.end = end;
-          block.differs = differs;
-          block.isLast = isLast;
-          return;
-        }
+        uint32_t unknown = static_cast<uint32_t>(lowBits(countBits(pairs)));
+        if (!partners.isEmpty) unknown &= ~findKnown(drawn, partners);
+        isOpen = unknown != 0;
+        if (isOpen) open.append(drawn, unknown);
       }
     }
     run.advance(end, differs & lowBits(end));
     // Only a character that the end of the block cuts off does not end the run.
-    if (isLast || end == 0) return;
+    if (isLast || end == 0) return true;
+    if (isOpen && (run.byteCount >= enough || !open.hasRoom())) return false;
   }
+  return true;
 }
 
-// Asks the host for the open pairs, once for each, and goes on by what is alike.
-VQ_TARGET_AVX512 void goByOpen(const OpenBlock& block, PartnerTable& partners, const HostFold& fold,
-                               AlikeRun& run) {
+// Asks the host for the open pairs, once for each. The order of the first that do not fold alike, or 0.
+VQ_TARGET_AVX512 int32_t orderOfOpen(const OpenPairs& open, PartnerTable& partners, HostFold fold) {
   if (partners.isEmpty) {
     for (size_t i = 0; i < PartnerTable::entryCount; i += 32) {
       _mm512_store_si512(partners.entries + i, _mm512_setzero_si512());
     }
     partners.isEmpty = false;
   }
-  const size_t openCount = countBits(block.open);
-  uint8_t asked[blockBytes / 2];
+  uint8_t asked[2 * OpenPairs::perBlock];
   size_t count = 0;
-  for (size_t i = 0; i < openCount; ++i) {
-    uint16_t& entry = partners.entries[block.places[i]];
+  for (size_t i = 0; i < open.count; ++i) {
+    uint16_t& entry = partners.entries[open.places[i]];
     asked[count] = static_cast<uint8_t>(i);
-    count += entry != block.entries[i];
-    entry = block.entries[i];
+    count += entry != open.entries[i];
+    entry = open.entries[i];
   }
   for (size_t i = 0; i < count; ++i) {
-    const uint16_t entry = block.entries[asked[i]];
-    const VQChar first = fold((entry >> 11 << 8) | block.places[asked[i]]);
+    const uint16_t entry = open.entries[asked[i]];
+    const VQChar first = fold((entry >> 11 << 8) | open.places[asked[i]]);
     const VQChar second = fold(entry & 0x7FF);
-    if (first == second) continue;
-    run.order = orderOf(first, second);
-    const uint64_t before = _pdep_u64(uint64_t{1} << asked[i], block.open) - 1;
-    run.advance(countBits(before), block.differs & before);
-    return;
+    if (first != second) return orderOf(first, second);
   }
-  run.advance(block.end, block.differs & lowBits(block.end));
+  return 0;
 }
 
 }  // namespace
 
 VQ_TARGET_AVX512 void alikeRun(const uint8_t* first, const uint8_t* second, size_t byteCount,
                                PartnerTable& partners, AlikeRun& run) {
+  // Texts that are not alike mostly show it early.
+  constexpr size_t lookAhead = 4 * blockBytes;
   const HostFold fold;
-  for (bool isLast = false; !isLast && run.order == 0;) {
-    OpenBlock block;
-    goByKnown(first, second, byteCount, partners, run, block);
-    if (block.open == 0) return;
-    goByOpen(block, partners, fold, run);
-    isLast = block.isLast;
+  size_t enough = 0;
+  for (bool hasEnded = false; !hasEnded && run.order == 0;) {
+    OpenPairs open;
+    hasEnded = goByKnown(first, second, byteCount, partners, enough, run, open);
+    if (open.count != 0) run.order = orderOfOpen(open, partners, fold);
+    enough = run.byteCount + lookAhead;
   }
 }
 
