@@ -133,7 +133,7 @@ struct OpenPairs {
 }
 
 // Asks the host for the open pairs, once for each. The order of the first that do not fold alike, or 0.
-VQ_TARGET_AVX512 int32_t orderOfOpen(const OpenPairs& open, PartnerTable& partners, HostFold fold) {
+VQ_TARGET_AVX512 int32_t orderOfOpen(const OpenPairs& open, PartnerTable& partners) {
   if (partners.isEmpty) {
     for (size_t i = 0; i < PartnerTable::entryCount; i += 32) {
       _mm512_store_si512(partners.entries + i, _mm512_setzero_si512());
@@ -148,6 +148,7 @@ VQ_TARGET_AVX512 int32_t orderOfOpen(const OpenPairs& open, PartnerTable& partne
     count += entry != open.entries[i];
     entry = open.entries[i];
   }
+  const HostFold fold;
   for (size_t i = 0; i < count; ++i) {
     const uint16_t entry = open.entries[asked[i]];
     const VQChar first = fold((entry >> 11 << 8) | open.places[asked[i]]);
@@ -163,12 +164,11 @@ VQ_TARGET_AVX512 void alikeRun(const uint8_t* first, const uint8_t* second, size
                                PartnerTable& partners, AlikeRun& run) {
   // Texts that are not alike mostly show it early.
   constexpr size_t lookAhead = 4 * blockBytes;
-  const HostFold fold;
   size_t enough = 0;
   for (bool hasEnded = false; !hasEnded && run.order == 0;) {
     OpenPairs open;
     hasEnded = goByKnown(first, second, byteCount, partners, enough, run, open);
-    if (open.count != 0) run.order = orderOfOpen(open, partners, fold);
+    if (open.count != 0) run.order = orderOfOpen(open, partners);
     enough = run.byteCount + lookAhead;
   }
 }

@@ -186,23 +186,28 @@ class BlockSkips {
   size_t stretch_ = 0;
 };
 
-// The bytes that both texts go together from here, as far as blocks tell it; ends on a whole character. Says
-// where the first bytes differ only when that is asked for.
-AlikeRun skipBlocks(const Pair& at, size_t reach, PartnerTable& partners, bool findsDifference) {
-  AlikeRun run;
-  if (vq::cpu::hasAvx512()) avx512::alikeRun(at.first, at.second, reach, partners, run);
+// Goes on by ASCII and by bytes that are the same; ends on a whole character.
+__attribute__((noinline)) void skipPlain(const Pair& at, size_t reach, bool findsDifference, AlikeRun& run) {
   const uint8_t* first = at.first + run.byteCount;
   const uint8_t* second = at.second + run.byteCount;
-  size_t left = reach - run.byteCount;
-  if (left < BlockSkips::blockBytes || run.order != 0) return run;
+  const size_t left = reach - run.byteCount;
   const size_t ascii = asciiFoldedPrefix(first, second, left);
   if (findsDifference && run.firstDifference == AlikeRun::none) {
     const size_t exact = vq::text::firstDifference(first, second, ascii);
     if (exact < ascii) run.firstDifference = run.byteCount + exact;
   }
-  left -= ascii;
-  const size_t same = vq::text::firstDifference(first + ascii, second + ascii, left);
+  const size_t same = vq::text::firstDifference(first + ascii, second + ascii, left - ascii);
   run.byteCount += ascii + boundaryBefore(first + ascii, same);
+}
+
+// What is alike in both texts from here, as far as blocks tell it. Says where the first bytes differ only
+// when that is asked for.
+inline AlikeRun skipBlocks(const Pair& at, size_t reach, PartnerTable& partners, bool findsDifference) {
+  AlikeRun run;
+  if (vq::cpu::hasAvx512()) avx512::alikeRun(at.first, at.second, reach, partners, run);
+  if (run.order == 0 && reach - run.byteCount >= BlockSkips::blockBytes) {
+    skipPlain(at, reach, findsDifference, run);
+  }
   return run;
 }
 
@@ -300,6 +305,8 @@ class NormWalk {
 
   // Text that is left by a first skip: short texts seldom come here.
   __attribute__((noinline)) int32_t walk() {
+    Remembered<HostFold> fold;
+    AlikePairs pairs;
     while (reach() > 0) {
       if (skips_.isDue(reach())) {
         const AlikeRun run = skip();
@@ -308,16 +315,16 @@ class NormWalk {
       }
       skips_.countStep();
       const size_t alike =
-          alikeBytes(at_, reach(), pairs_, [this](bool isFirstSmaller) { setTie(isFirstSmaller); });
+          alikeBytes(at_, reach(), pairs, [this](bool isFirstSmaller) { setTie(isFirstSmaller); });
       advance(alike, alike);
       if (reach() == 0) break;
-      if (const int32_t order = step(); order != 0) return order;
+      if (const int32_t order = step(fold, pairs); order != 0) return order;
     }
     return compareTails();
   }
 
   // One character of each text; the result when it is decided.
-  int32_t step() {
+  int32_t step(Remembered<HostFold>& fold, AlikePairs& pairs) {
     const uint8_t a = at_.first[0];
     const uint8_t b = at_.second[0];
     if (const size_t same = sameCharacter(at_); same > 0) {
@@ -335,10 +342,10 @@ class NormWalk {
     const Decoded c = decodeUtf8(at_.first, at_.firstLeft);
     const Decoded d = decodeUtf8(at_.second, at_.secondLeft);
     setTie(c.codePoint < d.codePoint);
-    const VQChar foldedC = fold_(c.codePoint);
-    const VQChar foldedD = fold_(d.codePoint);
+    const VQChar foldedC = fold(c.codePoint);
+    const VQChar foldedD = fold(d.codePoint);
     if (foldedC != foldedD) return orderOf(foldedC, foldedD);
-    remember(at_, c, d, pairs_);
+    remember(at_, c, d, pairs);
     advance(c.consumed, d.consumed);
     return 0;
   }
@@ -361,16 +368,69 @@ class NormWalk {
   size_t span_;
   int32_t tie_ = 0;
   BlockSkips skips_;
-  Remembered<HostFold> fold_;
-  AlikePairs pairs_;
   PartnerTable partners_;
 };
 
-// A byte below 0x80 folds by its table, whatever the host says.
-template <class Fold>
-inline VQChar foldOf(uint8_t first, const Decoded& decoded, Fold& fold) {
-  return first < 0x80 ? foldAscii(first) : fold(decoded.codePoint);
-}
+// The walk that asks for equality alone.
+class EqualWalk {
+ public:
+  EqualWalk(const char* first, uint64_t firstBytes, const char* second, uint64_t secondBytes)
+      : at_{bytesOf(first), bytesOf(second), firstBytes, secondBytes} {}
+
+  bool run() {
+    if (skips_.isDue(reach()) && skip().order != 0) return false;
+    return reach() == 0 ? at_.firstLeft == at_.secondLeft : walk();
+  }
+
+ private:
+  size_t reach() const { return std::min(at_.firstLeft, at_.secondLeft); }
+
+  AlikeRun skip() {
+    const AlikeRun run = skipBlocks(at_, reach(), partners_, false);
+    at_.advance(run.byteCount, run.byteCount);
+    skips_.report(run.byteCount);
+    return run;
+  }
+
+  __attribute__((noinline)) bool walk() {
+    Remembered<ElementFold> fold;
+    AlikePairs pairs;
+    while (reach() > 0) {
+      if (skips_.isDue(reach())) {
+        const AlikeRun run = skip();
+        if (run.order != 0) return false;
+        if (run.byteCount > 0) continue;
+      }
+      skips_.countStep();
+      const size_t alike = alikeBytes(at_, reach(), pairs, [](bool) {});
+      at_.advance(alike, alike);
+      if (reach() > 0 && !step(fold, pairs)) return false;
+    }
+    return at_.firstLeft == at_.secondLeft;
+  }
+
+  // One character of each text; whether they are alike.
+  bool step(Remembered<ElementFold>& fold, AlikePairs& pairs) {
+    if (const size_t same = sameCharacter(at_); same > 0) {
+      at_.advance(same, same);
+      return true;
+    }
+    // A byte below 0x80 folds by its table, whatever the host says.
+    const auto foldOf = [&fold](uint8_t first, const Decoded& decoded) {
+      return first < 0x80 ? foldAscii(first) : fold(decoded.codePoint);
+    };
+    const Decoded c = decodeUtf8(at_.first, at_.firstLeft);
+    const Decoded d = decodeUtf8(at_.second, at_.secondLeft);
+    if (foldOf(at_.first[0], c) != foldOf(at_.second[0], d)) return false;
+    remember(at_, c, d, pairs);
+    at_.advance(c.consumed, d.consumed);
+    return true;
+  }
+
+  Pair at_;
+  BlockSkips skips_;
+  PartnerTable partners_;
+};
 
 }  // namespace
 
@@ -386,34 +446,7 @@ int32_t vqzsu8NormCompareText(const char* first, uint64_t firstBytes, const char
 
 uint32_t vqzsu8NormEqual(const char* first, uint64_t firstBytes, const char* second, uint64_t secondBytes) {
   if (areSameWords(first, firstBytes, second, secondBytes)) return 1;
-  Pair at{bytesOf(first), bytesOf(second), firstBytes, secondBytes};
-  Remembered<ElementFold> fold;
-  AlikePairs pairs;
-  PartnerTable partners;
-  BlockSkips skips;
-  while (at.firstLeft > 0 && at.secondLeft > 0) {
-    if (const size_t reach = std::min(at.firstLeft, at.secondLeft); skips.isDue(reach)) {
-      const AlikeRun run = skipBlocks(at, reach, partners, false);
-      if (run.order != 0) return 0;
-      at.advance(run.byteCount, run.byteCount);
-      skips.report(run.byteCount);
-      if (run.byteCount > 0) continue;
-    }
-    skips.countStep();
-    const size_t alike = alikeBytes(at, std::min(at.firstLeft, at.secondLeft), pairs, [](bool) {});
-    at.advance(alike, alike);
-    if (at.firstLeft == 0 || at.secondLeft == 0) break;
-    if (const size_t same = sameCharacter(at); same > 0) {
-      at.advance(same, same);
-      continue;
-    }
-    const Decoded c = decodeUtf8(at.first, at.firstLeft);
-    const Decoded d = decodeUtf8(at.second, at.secondLeft);
-    if (foldOf(at.first[0], c, fold) != foldOf(at.second[0], d, fold)) return 0;
-    remember(at, c, d, pairs);
-    at.advance(c.consumed, d.consumed);
-  }
-  return at.firstLeft == at.secondLeft;
+  return EqualWalk(first, firstBytes, second, secondBytes).run();
 }
 
 uint32_t vqzsu8NormEqualText(const char* first, uint64_t firstBytes, const char* second, uint64_t secondBytes,
