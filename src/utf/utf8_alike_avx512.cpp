@@ -132,13 +132,31 @@ struct OpenPairs {
   return true;
 }
 
-// Asks the host for the open pairs, once for each. The order of the first that do not fold alike, or 0.
+VQ_TARGET_AVX512 inline void clear(PartnerTable& partners) {
+  for (size_t i = 0; i < PartnerTable::entryCount; i += 32) {
+    _mm512_store_si512(partners.entries + i, _mm512_setzero_si512());
+  }
+  partners.isEmpty = false;
+}
+
+// Asks the host for the open pairs. The order of the first that do not fold alike, or 0.
 VQ_TARGET_AVX512 int32_t orderOfOpen(const OpenPairs& open, PartnerTable& partners) {
-  if (partners.isEmpty) {
-    for (size_t i = 0; i < PartnerTable::entryCount; i += 32) {
-      _mm512_store_si512(partners.entries + i, _mm512_setzero_si512());
+  // Among so few it costs less to ask for one twice than to look for those that repeat.
+  constexpr size_t few = 16;
+  const HostFold fold;
+  const auto orderAt = [&open, fold](size_t i) {
+    const VQChar first = fold((open.entries[i] >> 11 << 8) | open.places[i]);
+    const VQChar second = fold(open.entries[i] & 0x7FF);
+    return first == second ? 0 : orderOf(first, second);
+  };
+  // What is learnt before it is asked for does no harm: the first pair that is not alike ends the comparison.
+  if (partners.isEmpty) clear(partners);
+  if (open.count <= few) {
+    for (size_t i = 0; i < open.count; ++i) {
+      partners.entries[open.places[i]] = open.entries[i];
+      if (const int32_t order = orderAt(i); order != 0) return order;
     }
-    partners.isEmpty = false;
+    return 0;
   }
   uint8_t asked[2 * OpenPairs::perBlock];
   size_t count = 0;
@@ -148,12 +166,8 @@ VQ_TARGET_AVX512 int32_t orderOfOpen(const OpenPairs& open, PartnerTable& partne
     count += entry != open.entries[i];
     entry = open.entries[i];
   }
-  const HostFold fold;
   for (size_t i = 0; i < count; ++i) {
-    const uint16_t entry = open.entries[asked[i]];
-    const VQChar first = fold((entry >> 11 << 8) | open.places[asked[i]]);
-    const VQChar second = fold(entry & 0x7FF);
-    if (first != second) return orderOf(first, second);
+    if (const int32_t order = orderAt(asked[i]); order != 0) return order;
   }
   return 0;
 }
