@@ -1,9 +1,12 @@
 // Comparing without regard to case with AVX-512.
 //
 // A block of both texts is walked at once: where the bytes differ, either both are ASCII letters of one kind
-// or both belong to characters of two bytes in the same place. Those characters are drawn together, and a
-// gather from the table of what the host has answered says whether they fold alike. As nothing else may
-// differ, both texts have the same shape, and judging one is enough.
+// or both belong to characters of two bytes in the same place. Those characters are drawn together and looked
+// up in the table of what the host has answered. As nothing else may differ, both texts have the same shape,
+// and judging one is enough.
+//
+// The host is called for the pairs of several blocks together: whether a pair is new is hard to guess for the
+// processor, and so no branch asks that.
 #include <bit>
 
 #include "utf/utf8_alike.hpp"
@@ -50,7 +53,7 @@ VQ_TARGET_AVX512 inline Pairs pairsAt(__m512i first, __m512i second, uint64_t fi
 // Which of the pairs are known to fold alike.
 VQ_TARGET_AVX512 inline uint32_t findKnown(const Pairs& pairs, const PartnerTable& partners) {
   // A look-up takes six bits of the place.
-  const auto lookUp = [&](size_t quarter) VQ_TARGET_AVX512 {
+  const auto lookUp = [&partners, &pairs](size_t quarter) VQ_TARGET_AVX512 {
     const uint16_t* at = partners.entries + quarter * 64;
     return _mm512_permutex2var_epi16(_mm512_load_si512(at), pairs.places, _mm512_load_si512(at + 32));
   };
@@ -176,7 +179,7 @@ VQ_TARGET_AVX512 int32_t orderOfOpen(const OpenPairs& open, PartnerTable& partne
 
 VQ_TARGET_AVX512 void alikeRun(const uint8_t* first, const uint8_t* second, size_t byteCount,
                                PartnerTable& partners, AlikeRun& run) {
-  // Texts that are not alike mostly show it early.
+  // The first block with open pairs is asked about alone: texts that are not alike mostly show it early.
   constexpr size_t lookAhead = 4 * blockBytes;
   size_t enough = 0;
   for (bool hasEnded = false; !hasEnded && run.order == 0;) {

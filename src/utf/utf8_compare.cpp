@@ -1,8 +1,8 @@
 // Comparing UTF-8 by bytes and without regard to case, and asking about one character.
 //
 // The case-blind walks stay on bytes as long as they can: blocks that agree are skipped, ASCII folds by rule,
-// and only characters that differ are decoded and folded by the host, which is asked once for each pair of
-// them in a call where that can be remembered.
+// and only characters that differ are decoded and folded by the host. What it says of a pair is remembered
+// for the call.
 #include <algorithm>
 #include <cstring>
 
