@@ -48,6 +48,8 @@ struct PartnerTable {
   // Nothing is known, and the entries are still to be cleared.
   bool isEmpty = true;
   alignas(64) uint16_t entries[entryCount];
+
+  uint16_t& entryOf(uint16_t character) { return entries[character % entryCount]; }
 };
 
 // Text that is alike, and where in it the first bytes differ, if any do.

@@ -38,27 +38,26 @@ VQ_TARGET_AVX512 inline __m512i charactersAt(__m512i bytes, uint64_t firsts) {
   return _mm512_sub_epi16(joined, _mm512_set1_epi16(base));
 }
 
-// Pairs of characters of two bytes as the table of partners has them.
+// Pairs of characters of two bytes: the first of each, and what the table of partners has for the pair.
 struct Pairs {
-  __m512i places;
+  __m512i characters;
   __m512i entries;
 };
 VQ_TARGET_AVX512 inline Pairs pairsAt(__m512i first, __m512i second, uint64_t firsts) {
   const __m512i characters = charactersAt(first, firsts);
   const __m512i rest = _mm512_slli_epi16(_mm512_srli_epi16(characters, 8), 11);
-  return {_mm512_and_si512(characters, _mm512_set1_epi16(0xFF)),
-          _mm512_or_si512(rest, charactersAt(second, firsts))};
+  return {characters, _mm512_or_si512(rest, charactersAt(second, firsts))};
 }
 
 // Which of the pairs are known to fold alike.
 VQ_TARGET_AVX512 inline uint32_t findKnown(const Pairs& pairs, const PartnerTable& partners) {
-  // A look-up takes six bits of the place.
+  // A look-up takes six bits of the index and lets the upper ones go.
   const auto lookUp = [&partners, &pairs](size_t quarter) VQ_TARGET_AVX512 {
     const uint16_t* at = partners.entries + quarter * 64;
-    return _mm512_permutex2var_epi16(_mm512_load_si512(at), pairs.places, _mm512_load_si512(at + 32));
+    return _mm512_permutex2var_epi16(_mm512_load_si512(at), pairs.characters, _mm512_load_si512(at + 32));
   };
-  const __mmask32 isOdd = _mm512_test_epi16_mask(pairs.places, _mm512_set1_epi16(0x40));
-  const __mmask32 isUpper = _mm512_test_epi16_mask(pairs.places, _mm512_set1_epi16(0x80));
+  const __mmask32 isOdd = _mm512_test_epi16_mask(pairs.characters, _mm512_set1_epi16(0x40));
+  const __mmask32 isUpper = _mm512_test_epi16_mask(pairs.characters, _mm512_set1_epi16(0x80));
   const __m512i lower = _mm512_mask_blend_epi16(isOdd, lookUp(0), lookUp(1));
   const __m512i upper = _mm512_mask_blend_epi16(isOdd, lookUp(2), lookUp(3));
   return _mm512_cmpeq_epi16_mask(_mm512_mask_blend_epi16(isUpper, lower, upper), pairs.entries);
@@ -74,12 +73,12 @@ VQ_TARGET_AVX512 inline uint64_t findIrregular(__m512i bytes) {
 struct OpenPairs {
   static constexpr size_t perBlock = blockBytes / 2;
   size_t count = 0;
-  uint16_t places[2 * perBlock];
+  uint16_t characters[2 * perBlock];
   uint16_t entries[2 * perBlock];
 
   bool hasRoom() const { return count <= perBlock; }
   VQ_TARGET_AVX512 void append(const Pairs& pairs, uint32_t chosen) {
-    _mm512_storeu_si512(places + count, _mm512_maskz_compress_epi16(chosen, pairs.places));
+    _mm512_storeu_si512(characters + count, _mm512_maskz_compress_epi16(chosen, pairs.characters));
     _mm512_storeu_si512(entries + count, _mm512_maskz_compress_epi16(chosen, pairs.entries));
     count += countBits(chosen);
   }
@@ -142,37 +141,46 @@ VQ_TARGET_AVX512 inline void clear(PartnerTable& partners) {
   partners.isEmpty = false;
 }
 
-// Asks the host for the open pairs. The order of the first that do not fold alike, or 0.
-VQ_TARGET_AVX512 int32_t orderOfOpen(const OpenPairs& open, PartnerTable& partners) {
-  // Among so few it costs less to ask for one twice than to look for those that repeat.
-  constexpr size_t few = 16;
+// The host is asked for the open pairs in their order: 0, or the order of the first that do not fold alike.
+// What is learnt before it is asked for does no harm, as such a pair ends the comparison.
+
+inline int32_t orderAt(const OpenPairs& open, size_t i, HostFold fold) {
+  const VQChar first = fold(open.characters[i]);
+  const VQChar second = fold(open.entries[i] & 0x7FF);
+  return first == second ? 0 : orderOf(first, second);
+}
+
+inline int32_t orderOfAll(const OpenPairs& open, PartnerTable& partners) {
   const HostFold fold;
-  const auto orderAt = [&open, fold](size_t i) {
-    const VQChar first = fold((open.entries[i] >> 11 << 8) | open.places[i]);
-    const VQChar second = fold(open.entries[i] & 0x7FF);
-    return first == second ? 0 : orderOf(first, second);
-  };
-  // What is learnt before it is asked for does no harm: the first pair that is not alike ends the comparison.
-  if (partners.isEmpty) clear(partners);
-  if (open.count <= few) {
-    for (size_t i = 0; i < open.count; ++i) {
-      partners.entries[open.places[i]] = open.entries[i];
-      if (const int32_t order = orderAt(i); order != 0) return order;
-    }
-    return 0;
+  for (size_t i = 0; i < open.count; ++i) {
+    partners.entryOf(open.characters[i]) = open.entries[i];
+    if (const int32_t order = orderAt(open, i, fold); order != 0) return order;
   }
-  uint8_t asked[2 * OpenPairs::perBlock];
+  return 0;
+}
+
+// Asks once for each pair.
+[[gnu::noinline]] int32_t orderOfDistinct(const OpenPairs& open, PartnerTable& partners) {
+  uint8_t distinct[2 * OpenPairs::perBlock];
   size_t count = 0;
   for (size_t i = 0; i < open.count; ++i) {
-    uint16_t& entry = partners.entries[open.places[i]];
-    asked[count] = static_cast<uint8_t>(i);
+    uint16_t& entry = partners.entryOf(open.characters[i]);
+    distinct[count] = static_cast<uint8_t>(i);
     count += entry != open.entries[i];
     entry = open.entries[i];
   }
+  const HostFold fold;
   for (size_t i = 0; i < count; ++i) {
-    if (const int32_t order = orderAt(asked[i]); order != 0) return order;
+    if (const int32_t order = orderAt(open, distinct[i], fold); order != 0) return order;
   }
   return 0;
+}
+
+VQ_TARGET_AVX512 inline int32_t orderOfOpen(const OpenPairs& open, PartnerTable& partners) {
+  // Among so few it costs less to ask for one twice than to look for those that repeat.
+  constexpr size_t few = 16;
+  if (partners.isEmpty) clear(partners);
+  return open.count <= few ? orderOfAll(open, partners) : orderOfDistinct(open, partners);
 }
 
 }  // namespace
