@@ -1,7 +1,7 @@
 // How far two byte texts go together apart from case: the block scans under the comparisons.
 #pragma once
 
-#include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 
@@ -21,55 +21,35 @@ constexpr uint8_t foldAscii(uint8_t byte) {
 size_t foldedPrefix(const uint8_t* first, const uint8_t* second, size_t byteCount);
 size_t asciiFoldedPrefix(const uint8_t* first, const uint8_t* second, size_t byteCount);
 
-// The host's lower case, or the library's own where there is no host to ask.
-struct HostFold {
-  VQNls* nls = Exported_VQHandle == nullptr ? nullptr : Exported_VQHandle->kernelNls;
+// The order of two characters that do not fold alike: what the host answers is compared by signed numbers.
+inline int32_t orderOf(VQChar first, VQChar second) {
+  return static_cast<int32_t>(first) < static_cast<int32_t>(second) ? -2 : 2;
+}
 
-  VQChar operator()(VQChar c) const {
-    return nls == nullptr ? vq::text::lowerByTable(c) : nls->nlsToLower(nls, c, 1);
-  }
-};
-
-// For each character of two bytes the last other one that was found to fold alike in this call. It has a page
-// for each first byte, cleared when the first character of it is learnt: short calls need few.
-class PartnerTable {
+// The host's lower case, or the library's own where there is no host to ask. Found once for a comparison: it
+// is asked often.
+class HostFold {
  public:
-  static constexpr size_t pageSize = 64;
-
-  bool isEmpty() const { return known_ == 0; }
-  // The partners by second byte, without its upper bits, each as its two bytes in memory. Null when nothing
-  // is known of characters with this first byte; no partner is 0.
-  const uint16_t* pageOf(uint8_t first) const {
-    return (known_ >> first % pageCount & 1) != 0 ? partners_[first % pageCount] : nullptr;
-  }
-  // Whether two characters, given as their two bytes in memory, fold alike.
-  bool areAlike(uint16_t first, uint16_t second) {
-    if (const uint16_t* page = pageOf(first & 0xFF); page != nullptr && page[indexOf(first)] == second) {
-      return true;
-    }
-    if (fold_(characterOf(first)) != fold_(characterOf(second))) return false;
-    learn(first, second);
-    return true;
-  }
+  VQChar operator()(VQChar c) const { return toLower_(nls_, c, 1); }
 
  private:
-  static constexpr size_t pageCount = 32;
+  using ToLower = decltype(VQNls::nlsToLower);
+  static VQChar lowerWithoutHost(VQNls*, VQChar c, uint64_t) { return vq::text::lowerByTable(c); }
 
-  static size_t indexOf(uint16_t bytes) { return bytes >> 8 & 0x3F; }
-  static VQChar characterOf(uint16_t bytes) {
-    return (bytes & 0x1Fu) << 6 | static_cast<VQChar>(indexOf(bytes));
-  }
-  void learn(uint16_t first, uint16_t second) {
-    const size_t page = first % pageCount;
-    if ((known_ >> page & 1) == 0) std::fill_n(partners_[page], pageSize, uint16_t{0});
-    known_ |= 1u << page;
-    partners_[page][indexOf(first)] = second;
-  }
+  VQNls* nls_ = Exported_VQHandle == nullptr ? nullptr : Exported_VQHandle->kernelNls;
+  ToLower toLower_ = nls_ == nullptr ? lowerWithoutHost : nls_->nlsToLower;
+};
 
-  HostFold fold_;
-  // A bit for each page.
-  uint32_t known_ = 0;
-  alignas(64) uint16_t partners_[pageCount][pageSize];
+// For each character of two bytes the last other one that was found to fold alike in this call, in a place
+// that the last eight bits of the character tell: those of one script seldom share one. An entry is the rest
+// of the character above the eleven bits of the other, never 0.
+struct PartnerTable {
+  static constexpr size_t entryCount = 256;
+  // Nothing is known, and the entries are still to be cleared.
+  bool isEmpty = true;
+  alignas(64) uint16_t entries[entryCount];
+
+  uint16_t& entryOf(uint16_t character) { return entries[character % entryCount]; }
 };
 
 // Text that is alike, and where in it the first bytes differ, if any do.
@@ -77,13 +57,24 @@ struct AlikeRun {
   static constexpr size_t none = SIZE_MAX;
   size_t byteCount = 0;
   size_t firstDifference = none;
+  // -2 or 2 when a character in it folds to less or more than the other: then nothing else counts.
+  int32_t order = 0;
+
+  // `differs` has a bit for each of the bytes that differ.
+  void advance(size_t more, uint64_t differs) {
+    if (differs != 0 && firstDifference == none) {
+      firstDifference = byteCount + static_cast<size_t>(std::countr_zero(differs));
+    }
+    byteCount += more;
+  }
 };
 
 namespace avx512 {
-// The whole characters in front of the first that do not fold alike, as far as that can be told by blocks:
-// characters of one and two bytes may differ, others must be the same. It also ends in front of a block of 64
-// bytes that are all the same or all ASCII that folds alike, which other scans skip faster.
-AlikeRun alikeRun(const uint8_t* first, const uint8_t* second, size_t byteCount, PartnerTable& partners);
+// Goes on over the whole characters in front of the first that do not fold alike, as far as that can be told
+// by blocks: characters of one and two bytes may differ, others must be the same. It also ends in front of a
+// block of 64 bytes that are all the same or all ASCII that folds alike, which other scans skip faster.
+void alikeRun(const uint8_t* first, const uint8_t* second, size_t byteCount, PartnerTable& partners,
+              AlikeRun& run);
 }  // namespace avx512
 
 }  // namespace vq::utf8

@@ -1,8 +1,8 @@
 // Comparing UTF-8 by bytes and without regard to case, and asking about one character.
 //
 // The case-blind walks stay on bytes as long as they can: blocks that agree are skipped, ASCII folds by rule,
-// and only characters that differ are decoded and folded by the host, which is asked once for each pair of
-// them in a call where that can be remembered.
+// and only characters that differ are decoded and folded by the host. What it says of a pair is remembered
+// for the call.
 #include <algorithm>
 #include <cstring>
 
@@ -186,23 +186,28 @@ class BlockSkips {
   size_t stretch_ = 0;
 };
 
-// The bytes that both texts go together from here, as far as blocks tell it; ends on a whole character. Says
-// where the first bytes differ only when that is asked for.
-AlikeRun skipBlocks(const Pair& at, size_t reach, PartnerTable& partners, bool findsDifference) {
-  AlikeRun run;
-  if (vq::cpu::hasAvx512()) run = avx512::alikeRun(at.first, at.second, reach, partners);
+// Goes on by ASCII and by bytes that are the same; ends on a whole character.
+__attribute__((noinline)) void skipPlain(const Pair& at, size_t reach, bool findsDifference, AlikeRun& run) {
   const uint8_t* first = at.first + run.byteCount;
   const uint8_t* second = at.second + run.byteCount;
-  size_t left = reach - run.byteCount;
-  if (left < BlockSkips::blockBytes) return run;
+  const size_t left = reach - run.byteCount;
   const size_t ascii = asciiFoldedPrefix(first, second, left);
   if (findsDifference && run.firstDifference == AlikeRun::none) {
     const size_t exact = vq::text::firstDifference(first, second, ascii);
     if (exact < ascii) run.firstDifference = run.byteCount + exact;
   }
-  left -= ascii;
-  const size_t same = vq::text::firstDifference(first + ascii, second + ascii, left);
+  const size_t same = vq::text::firstDifference(first + ascii, second + ascii, left - ascii);
   run.byteCount += ascii + boundaryBefore(first + ascii, same);
+}
+
+// What is alike in both texts from here, as far as blocks tell it. Says where the first bytes differ only
+// when that is asked for.
+inline AlikeRun skipBlocks(const Pair& at, size_t reach, PartnerTable& partners, bool findsDifference) {
+  AlikeRun run;
+  if (vq::cpu::hasAvx512()) avx512::alikeRun(at.first, at.second, reach, partners, run);
+  if (run.order == 0 && reach - run.byteCount >= BlockSkips::blockBytes) {
+    skipPlain(at, reach, findsDifference, run);
+  }
   return run;
 }
 
@@ -227,6 +232,11 @@ inline int32_t compareByWords(const char* first, const char* second, size_t byte
     if (a == b) return 0;
   }
   return __builtin_bswap64(a) < __builtin_bswap64(b) ? -1 : 1;
+}
+
+// Whether two texts of 8 to 16 bytes are the same; others are not looked at.
+inline bool areSameWords(const char* first, uint64_t firstBytes, const char* second, uint64_t secondBytes) {
+  return firstBytes == secondBytes && firstBytes - 8 <= 8 && compareByWords(first, second, firstBytes) == 0;
 }
 
 inline int32_t compareBytes(const char* first, const char* second, size_t byteCount) {
@@ -263,21 +273,10 @@ class NormWalk {
         span_(std::min(firstBytes, secondBytes)) {}
 
   int32_t run() {
-    BlockSkips skips;
-    while (span_ > 0 && at_.secondLeft > 0) {
-      if (const size_t reach = std::min(span_, at_.secondLeft); skips.isDue(reach)) {
-        const size_t skipped = skip(reach);
-        skips.report(skipped);
-        if (skipped > 0) continue;
-      }
-      skips.countStep();
-      const size_t alike = alikeBytes(at_, std::min(span_, at_.secondLeft), pairs_,
-                                      [this](bool isFirstSmaller) { setTie(isFirstSmaller); });
-      advance(alike, alike);
-      if (span_ == 0 || at_.secondLeft == 0) break;
-      if (const int32_t order = step(); order != 0) return order;
+    if (skips_.isDue(reach())) {
+      if (const AlikeRun run = skip(); run.order != 0) return run.order;
     }
-    return compareTails();
+    return reach() == 0 ? compareTails() : walk();
   }
 
  private:
@@ -291,15 +290,41 @@ class NormWalk {
     if (tie_ == 0) tie_ = isFirstSmaller ? -1 : 1;
   }
 
-  size_t skip(size_t reach) {
-    const auto [byteCount, different] = skipBlocks(at_, reach, partners_, tie_ == 0);
-    if (different < byteCount) setTie(at_.first[different] < at_.second[different]);
-    advance(byteCount, byteCount);
-    return byteCount;
+  // How far the walk can go in both texts.
+  size_t reach() const { return std::min(span_, at_.secondLeft); }
+
+  AlikeRun skip() {
+    const AlikeRun run = skipBlocks(at_, reach(), partners_, tie_ == 0);
+    if (run.firstDifference < run.byteCount) {
+      setTie(at_.first[run.firstDifference] < at_.second[run.firstDifference]);
+    }
+    advance(run.byteCount, run.byteCount);
+    skips_.report(run.byteCount);
+    return run;
+  }
+
+  // Text that is left by a first skip: short texts seldom come here.
+  __attribute__((noinline)) int32_t walk() {
+    Remembered<HostFold> fold;
+    AlikePairs pairs;
+    while (reach() > 0) {
+      if (skips_.isDue(reach())) {
+        const AlikeRun run = skip();
+        if (run.order != 0) return run.order;
+        if (run.byteCount > 0) continue;
+      }
+      skips_.countStep();
+      const size_t alike =
+          alikeBytes(at_, reach(), pairs, [this](bool isFirstSmaller) { setTie(isFirstSmaller); });
+      advance(alike, alike);
+      if (reach() == 0) break;
+      if (const int32_t order = step(fold, pairs); order != 0) return order;
+    }
+    return compareTails();
   }
 
   // One character of each text; the result when it is decided.
-  int32_t step() {
+  int32_t step(Remembered<HostFold>& fold, AlikePairs& pairs) {
     const uint8_t a = at_.first[0];
     const uint8_t b = at_.second[0];
     if (const size_t same = sameCharacter(at_); same > 0) {
@@ -317,10 +342,10 @@ class NormWalk {
     const Decoded c = decodeUtf8(at_.first, at_.firstLeft);
     const Decoded d = decodeUtf8(at_.second, at_.secondLeft);
     setTie(c.codePoint < d.codePoint);
-    const auto foldedC = static_cast<int32_t>(fold_(c.codePoint));
-    const auto foldedD = static_cast<int32_t>(fold_(d.codePoint));
-    if (foldedC != foldedD) return foldedC < foldedD ? -2 : 2;
-    remember(at_, c, d, pairs_);
+    const VQChar foldedC = fold(c.codePoint);
+    const VQChar foldedD = fold(d.codePoint);
+    if (foldedC != foldedD) return orderOf(foldedC, foldedD);
+    remember(at_, c, d, pairs);
     advance(c.consumed, d.consumed);
     return 0;
   }
@@ -342,20 +367,75 @@ class NormWalk {
   Pair at_;
   size_t span_;
   int32_t tie_ = 0;
-  Remembered<HostFold> fold_;
-  AlikePairs pairs_;
+  BlockSkips skips_;
   PartnerTable partners_;
 };
 
-// A byte below 0x80 folds by its table, whatever the host says.
-template <class Fold>
-inline VQChar foldOf(uint8_t first, const Decoded& decoded, Fold& fold) {
-  return first < 0x80 ? foldAscii(first) : fold(decoded.codePoint);
-}
+// The walk that asks for equality alone.
+class EqualWalk {
+ public:
+  EqualWalk(const char* first, uint64_t firstBytes, const char* second, uint64_t secondBytes)
+      : at_{bytesOf(first), bytesOf(second), firstBytes, secondBytes} {}
+
+  bool run() {
+    if (skips_.isDue(reach()) && skip().order != 0) return false;
+    return reach() == 0 ? at_.firstLeft == at_.secondLeft : walk();
+  }
+
+ private:
+  size_t reach() const { return std::min(at_.firstLeft, at_.secondLeft); }
+
+  AlikeRun skip() {
+    const AlikeRun run = skipBlocks(at_, reach(), partners_, false);
+    at_.advance(run.byteCount, run.byteCount);
+    skips_.report(run.byteCount);
+    return run;
+  }
+
+  __attribute__((noinline)) bool walk() {
+    Remembered<ElementFold> fold;
+    AlikePairs pairs;
+    while (reach() > 0) {
+      if (skips_.isDue(reach())) {
+        const AlikeRun run = skip();
+        if (run.order != 0) return false;
+        if (run.byteCount > 0) continue;
+      }
+      skips_.countStep();
+      const size_t alike = alikeBytes(at_, reach(), pairs, [](bool) {});
+      at_.advance(alike, alike);
+      if (reach() > 0 && !step(fold, pairs)) return false;
+    }
+    return at_.firstLeft == at_.secondLeft;
+  }
+
+  // One character of each text; whether they are alike.
+  bool step(Remembered<ElementFold>& fold, AlikePairs& pairs) {
+    if (const size_t same = sameCharacter(at_); same > 0) {
+      at_.advance(same, same);
+      return true;
+    }
+    // A byte below 0x80 folds by its table, whatever the host says.
+    const auto foldOf = [&fold](uint8_t first, const Decoded& decoded) {
+      return first < 0x80 ? foldAscii(first) : fold(decoded.codePoint);
+    };
+    const Decoded c = decodeUtf8(at_.first, at_.firstLeft);
+    const Decoded d = decodeUtf8(at_.second, at_.secondLeft);
+    if (foldOf(at_.first[0], c) != foldOf(at_.second[0], d)) return false;
+    remember(at_, c, d, pairs);
+    at_.advance(c.consumed, d.consumed);
+    return true;
+  }
+
+  Pair at_;
+  BlockSkips skips_;
+  PartnerTable partners_;
+};
 
 }  // namespace
 
 int32_t vqzsu8NormCompare(const char* first, uint64_t firstBytes, const char* second, uint64_t secondBytes) {
+  if (areSameWords(first, firstBytes, second, secondBytes)) return 0;
   return NormWalk(first, firstBytes, second, secondBytes).run();
 }
 
@@ -365,33 +445,8 @@ int32_t vqzsu8NormCompareText(const char* first, uint64_t firstBytes, const char
 }
 
 uint32_t vqzsu8NormEqual(const char* first, uint64_t firstBytes, const char* second, uint64_t secondBytes) {
-  Pair at{bytesOf(first), bytesOf(second), firstBytes, secondBytes};
-  Remembered<ElementFold> fold;
-  AlikePairs pairs;
-  PartnerTable partners;
-  BlockSkips skips;
-  while (at.firstLeft > 0 && at.secondLeft > 0) {
-    if (const size_t reach = std::min(at.firstLeft, at.secondLeft); skips.isDue(reach)) {
-      const size_t skipped = skipBlocks(at, reach, partners, false).byteCount;
-      at.advance(skipped, skipped);
-      skips.report(skipped);
-      if (skipped > 0) continue;
-    }
-    skips.countStep();
-    const size_t alike = alikeBytes(at, std::min(at.firstLeft, at.secondLeft), pairs, [](bool) {});
-    at.advance(alike, alike);
-    if (at.firstLeft == 0 || at.secondLeft == 0) break;
-    if (const size_t same = sameCharacter(at); same > 0) {
-      at.advance(same, same);
-      continue;
-    }
-    const Decoded c = decodeUtf8(at.first, at.firstLeft);
-    const Decoded d = decodeUtf8(at.second, at.secondLeft);
-    if (foldOf(at.first[0], c, fold) != foldOf(at.second[0], d, fold)) return 0;
-    remember(at, c, d, pairs);
-    at.advance(c.consumed, d.consumed);
-  }
-  return at.firstLeft == at.secondLeft;
+  if (areSameWords(first, firstBytes, second, secondBytes)) return 1;
+  return EqualWalk(first, firstBytes, second, secondBytes).run();
 }
 
 uint32_t vqzsu8NormEqualText(const char* first, uint64_t firstBytes, const char* second, uint64_t secondBytes,
