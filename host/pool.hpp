@@ -75,12 +75,13 @@ struct Pool : VQPool {
     Header* first = nullptr;
     size_t count = 0;
   };
-  // Large blocks that wait for their next use, the oldest first.
+  // Large blocks that wait for their next use, the oldest first. As much is kept as the C library's malloc
+  // keeps at the end of its heap at most (twice its largest threshold of 32 MiB for blocks with pages of
+  // their own): ten million characters of wide text find their pages again. One block may take all of it.
   struct KeptBlocks {
     enum class Preferred { smallest, largest };
     static constexpr size_t places = 16;
-    static constexpr uint64_t byteLimit = 16 * 1024 * 1024;
-    static constexpr uint64_t largest = byteLimit / 2;
+    static constexpr uint64_t byteLimit = 64 * 1024 * 1024;
 
     // One of at least `lowest` and at most `highest` bytes, or null.
     LargeBlock* take(uint64_t lowest, uint64_t highest, Preferred preferred) noexcept;
