@@ -120,6 +120,32 @@ VQStatus escapeCharacter(VQString* string, int64_t* index, Utf8Form* utf8) {
   return 0;
 }
 
+// Escapes a string whose first `first` bytes need it not.
+inline VQStatus escapeFrom(VQU8String* string, uint64_t first) {
+  const uint64_t rest = string->length - first;
+  const char* source = string->text + first;
+  const url::Measure measure = url::measure(source, rest);
+  if (measure.escapedBytes == 0) return 0;
+  const uint64_t escapedCount = measure.length(rest), newLength = saturatedSum(first, escapedCount);
+  Refill<U8Kind> refill(string, newLength);
+  if (!refill) return VQSTATUS_NO_MEMORY;
+  char* target = refill.text();
+  if (target == string->text) {
+    char* moved = target + newLength - rest;
+    moveElements(moved, source, rest);
+    source = moved;
+  } else {
+    copyElements(target, string->text, first);
+  }
+  url::escape(source, rest, measure.isRegular, target + first, escapedCount);
+  refill.settle(newLength);
+  return 0;
+}
+
+[[gnu::noinline]] VQStatus escapeLong(VQU8String* string) {
+  return escapeFrom(string, url::cleanLength(string->text, string->length));
+}
+
 }  // namespace
 
 VQStatus vqStringURLEncode(VQString* string) {
@@ -139,30 +165,9 @@ VQStatus vqStringURLEncode(VQString* string) {
 }
 
 VQStatus vqU8StringURLEncode(VQU8String* string) {
-  const uint64_t length = string->length;
-  const char* text = string->text;
   // A short text is measured at once: that tells too whether there is anything to escape.
   constexpr uint64_t fewBytes = 64;
-  const uint64_t first = length <= fewBytes ? 0 : url::cleanLength(text, length);
-  const url::Measure measure = url::measure(text + first, length - first);
-  if (measure.escapedBytes == 0) return 0;
-  const uint64_t restBytes = measure.length(length - first);
-  uint64_t newLength = 0;
-  if (__builtin_add_overflow(first, restBytes, &newLength)) return VQSTATUS_NO_MEMORY;
-  Refill<U8Kind> refill(string, newLength);
-  if (!refill) return VQSTATUS_NO_MEMORY;
-  char* target = refill.text();
-  const char* source = text + first;
-  if (target == text) {
-    char* moved = target + newLength - (length - first);
-    moveElements(moved, source, length - first);
-    source = moved;
-  } else {
-    copyElements(target, text, first);
-  }
-  url::escape(source, length - first, measure.isRegular, target + first, restBytes);
-  refill.settle(newLength);
-  return 0;
+  return string->length <= fewBytes ? escapeFrom(string, 0) : escapeLong(string);
 }
 
 VQStatus vqStringURLDecode(VQString* string) {

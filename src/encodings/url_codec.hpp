@@ -71,6 +71,8 @@ struct Measure {
   }
 };
 Measure measure(const char* text, uint64_t byteCount);
+// The same for a text that is known not to be regular: counted by whole sequences.
+Measure measureSequences(const char* text, uint64_t byteCount);
 
 // Writes the escaped form of a text with its measure, `targetLength` elements. The source may be the end of
 // the target: what is written stays behind what is read.
