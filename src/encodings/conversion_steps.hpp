@@ -55,6 +55,13 @@ VQStatus convertInto(Refill<Kind>* refill, const void* source, uint64_t byteCoun
   return status;
 }
 
+// The two conversions of texts that no other string holds: vqStringDecode for a wide text, and vqStringEncode
+// into a string that is there.
+VQStatus decodeText(VQStringService* service, const VQChar* text, uint64_t elementCount, uint32_t encoding,
+                    VQNarrowString** target, VQPool* pool);
+VQStatus encodeText(VQStringService* service, const void* text, uint64_t byteCount, uint32_t encoding,
+                    VQString* string);
+
 // The two conversions between UTF-8 and wide text, by what they fill.
 template <class Kind>
 struct Utf8Pair;

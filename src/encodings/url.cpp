@@ -18,37 +18,65 @@ namespace {
 // The UTF-8 form of some wide text; made by the first use, refilled by later ones, ended with the scope.
 class Utf8Form {
  public:
-  explicit Utf8Form(const VQString* owner) : owner_(owner) {}
+  explicit Utf8Form(const VQString* owner)
+      : service_(owner->service), pool_(owner->pool != nullptr ? owner->pool : service_->pool) {}
   Utf8Form(const Utf8Form&) = delete;
   Utf8Form& operator=(const Utf8Form&) = delete;
-  ~Utf8Form() { vqNarrowStringDestroy(narrow_); }
+  ~Utf8Form() { destroy<NarrowKind>(narrow_); }
 
   VQStatus fill(const VQChar* text, uint64_t elementCount) {
-    VQString wrapped;
-    vqStringInitStatic(owner_->service, &wrapped, owner_->pool, text, static_cast<int64_t>(elementCount));
-    return vqStringDecode(&wrapped, &narrow_, owner_->pool, ENC_UTF8);
+    return decodeText(service_, text, elementCount, ENC_UTF8, &narrow_, pool_);
   }
-  // The same for a text that is likely to be ASCII throughout: the host is spared all but its first
-  // character.
   VQStatus fillLikelyAscii(const VQChar* text, uint64_t elementCount) {
-    if (text[0] >= 0x80) return fill(text, elementCount);
-    VQStringService* service = owner_->service;
-    VQPool* pool = owner_->pool != nullptr ? owner_->pool : service->pool;
-    if (!ensureTarget<NarrowKind>(service, &narrow_, pool)) return VQSTATUS_NO_MEMORY;
-    // As many bytes as characters are room for nothing else.
-    const auto narrow = [=](char* target) {
-      auto* bytes = reinterpret_cast<uint8_t*>(target);
-      return transcode::wideToUtf8(text, elementCount, bytes, elementCount).status == 0;
-    };
     bool isFilled = false;
-    const VQStatus status = fillAscii<NarrowKind>(narrow_, service, text, 1, elementCount, narrow, &isFilled);
+    const VQStatus status = fillByFront(
+        text, elementCount,
+        [=](char* target) {
+          // As many bytes as characters are room for nothing else.
+          auto* bytes = reinterpret_cast<uint8_t*>(target);
+          const VQStatus narrowed = transcode::wideToUtf8(text, elementCount, bytes, elementCount).status;
+          return narrowed == 0 ? elementCount : url::notAscii;
+        },
+        &isFilled);
     return status != 0 || isFilled ? status : fill(text, elementCount);
+  }
+  // The form of the text without its escapes.
+  VQStatus fillUnescaped(const VQChar* text, uint64_t elementCount) {
+    bool isFilled = false;
+    VQStatus status = fillByFront(
+        text, elementCount, [=](char* target) { return url::unescape(text, elementCount, target); },
+        &isFilled);
+    if (status != 0 || isFilled) return status;
+    status = fill(text, elementCount);
+    if (status == 0) endText<NarrowKind>(narrow_, url::unescape(narrow_->text, length()));
+    return status;
   }
   char* text() const { return narrow_->text; }
   uint64_t length() const { return static_cast<uint64_t>(narrow_->length); }
 
  private:
-  const VQString* owner_;
+  // Of a text that is likely to be ASCII throughout the host is asked about the first character alone.
+  // `write` puts all of it and answers its bytes, or url::notAscii: then, as when the first character is not
+  // ASCII,
+  // `*isFilled` stays false.
+  template <class Write>
+  VQStatus fillByFront(const VQChar* text, uint64_t elementCount, Write write, bool* isFilled) {
+    *isFilled = false;
+    if (text[0] >= 0x80) return 0;
+    if (!ensureTarget<NarrowKind>(service_, &narrow_, pool_)) return VQSTATUS_NO_MEMORY;
+    uint64_t length = 0;
+    const auto writeAll = [&](char* target) {
+      length = write(target);
+      return length != url::notAscii;
+    };
+    const VQStatus status =
+        fillAscii<NarrowKind>(narrow_, service_, text, 1, elementCount, writeAll, isFilled);
+    if (*isFilled) endText<NarrowKind>(narrow_, length);
+    return status;
+  }
+
+  VQStringService* service_;
+  VQPool* pool_;
   VQNarrowString* narrow_ = nullptr;
 };
 
@@ -120,6 +148,19 @@ VQStatus escapeCharacter(VQString* string, int64_t* index, Utf8Form* utf8) {
   return 0;
 }
 
+// Escapes the characters from `index` on, one by one.
+[[gnu::noinline]] VQStatus escapeRest(VQString* string, int64_t index) {
+  Utf8Form utf8(string);
+  while (index < string->length) {
+    if (url::isUnescaped(string->text[index])) {
+      ++index;
+    } else if (const VQStatus status = escapeCharacter(string, &index, &utf8); status != 0) {
+      return status;
+    }
+  }
+  return 0;
+}
+
 // Escapes a string whose first `first` bytes need it not.
 inline VQStatus escapeFrom(VQU8String* string, uint64_t first) {
   const uint64_t rest = string->length - first;
@@ -152,16 +193,8 @@ VQStatus vqStringURLEncode(VQString* string) {
   const auto length = static_cast<uint64_t>(string->length);
   const uint64_t first = url::cleanLength(string->text, length);
   if (first == length) return 0;
-  auto index = static_cast<int64_t>(escapeFront(string, first));
-  Utf8Form utf8(string);
-  while (index < string->length) {
-    if (url::isUnescaped(string->text[index])) {
-      ++index;
-    } else if (const VQStatus status = escapeCharacter(string, &index, &utf8); status != 0) {
-      return status;
-    }
-  }
-  return 0;
+  const auto done = static_cast<int64_t>(escapeFront(string, first));
+  return done >= string->length ? 0 : escapeRest(string, done);
 }
 
 VQStatus vqU8StringURLEncode(VQU8String* string) {
@@ -173,9 +206,7 @@ VQStatus vqU8StringURLEncode(VQU8String* string) {
 VQStatus vqStringURLDecode(VQString* string) {
   if (string->length == 0) return 0;
   Utf8Form utf8(string);
-  const VQStatus status = utf8.fillLikelyAscii(string->text, static_cast<uint64_t>(string->length));
+  const VQStatus status = utf8.fillUnescaped(string->text, static_cast<uint64_t>(string->length));
   if (status != 0) return status;
-  const uint64_t byteCount = url::unescape(utf8.text(), utf8.length());
-  return vqStringEncode(string->service, &string, string->pool, utf8.text(), static_cast<int64_t>(byteCount),
-                        ENC_UTF8);
+  return encodeText(string->service, utf8.text(), utf8.length(), ENC_UTF8, string);
 }

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "text/cpu.hpp"
+#include "utf/transcode.hpp"
 
 namespace vq::url {
 
@@ -177,6 +178,17 @@ uint64_t unescape(char* text, uint64_t byteCount) {
     }
   }
   return written;
+}
+
+uint64_t unescape(const VQChar* text, uint64_t elementCount, char* target) {
+  if (cpu::hasAvx512() && elementCount <= wide_vector::stepElements) {
+    const uint64_t length = wide_vector::unescapeShort(text, elementCount, target);
+    if (length != notAscii) return length;
+  }
+  // As many bytes as elements are room for nothing else than ASCII.
+  auto* bytes = reinterpret_cast<uint8_t*>(target);
+  if (transcode::wideToUtf8(text, elementCount, bytes, elementCount).status != 0) return notAscii;
+  return unescape(target, elementCount);
 }
 
 }  // namespace vq::url

@@ -83,6 +83,10 @@ void escapeToWide(const char* text, uint64_t byteCount, VQChar* target, uint64_t
 // Takes escapes out of a text in place and answers its new length. '+' becomes a blank. A '%' takes two bytes
 // as digits, or one at the end of the text; a byte that is no digit counts as -1.
 uint64_t unescape(char* text, uint64_t byteCount);
+// The same for wide text, written as bytes to a target with room for all of its elements. Answers `notAscii`,
+// the target being anything, for a text that is not ASCII throughout.
+inline constexpr uint64_t notAscii = UINT64_MAX;
+uint64_t unescape(const VQChar* text, uint64_t elementCount, char* target);
 
 // For processors with AVX2, 32 elements a step. Each goes on for as many whole steps as it can.
 namespace vector {
@@ -104,12 +108,15 @@ void unescape(char* text, uint64_t byteCount, uint64_t* at, uint64_t* written);
 
 // For processors with AVX-512, 64 elements a step. All of a text but for unescaping, which is as above.
 namespace wide_vector {
+inline constexpr uint64_t stepElements = 64;
 uint64_t cleanLength(const char* text, uint64_t byteCount);
 uint64_t cleanLength(const VQChar* text, uint64_t elementCount);
 Measure measure(const char* text, uint64_t byteCount);
 void escape(const char* text, uint64_t byteCount, char* target);
 void escapeToWide(const char* text, uint64_t byteCount, VQChar* target, uint64_t targetLength);
 void unescape(char* text, uint64_t byteCount, uint64_t* at, uint64_t* written);
+// Up to 64 elements that are ASCII, each '%' having its digits; of any other text, `notAscii`.
+uint64_t unescapeShort(const VQChar* text, uint64_t elementCount, char* target);
 }  // namespace wide_vector
 
 }  // namespace vq::url

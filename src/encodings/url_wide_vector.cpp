@@ -12,7 +12,6 @@ namespace {
 
 using namespace vq::avx512;
 
-constexpr uint64_t stepElements = 64;
 constexpr __mmask64 allBits = UINT64_MAX;
 
 // By the ASCII character: the top bit, if it is escaped.
@@ -209,6 +208,9 @@ VQ_INLINE_AVX512 __m512i unescaped(__m512i bytes, uint64_t signs, __m512i first,
                                     _mm512_mask_mov_epi8(withBlanks(bytes), _cvtu64_mask64(signs), values));
 }
 
+// The byte behind each.
+alignas(64) constexpr Places next = placesBy([](int i) { return (i + 1) % 64; });
+
 // Whole steps at fixed distances, so that none waits for the one before to be read. Digits behind a step are
 // left out of the next one. A whole vector is stored: what of it is too much lies in front of what is still
 // to be read.
@@ -289,6 +291,22 @@ VQ_TARGET_AVX512 void unescape(char* text, uint64_t byteCount, uint64_t* at, uin
     *at += loaded + (signs >> 62);
     *written += length;
   }
+}
+
+VQ_TARGET_AVX512 uint64_t unescapeShort(const VQChar* text, uint64_t elementCount, char* target) {
+  const uint64_t present = _cvtmask64_u64(lowBits(elementCount));
+  const __m512i bytes = load(text, _cvtu64_mask64(present));
+  // What is no byte, or none of ASCII, has been made 0 or negative. A character 0 is left to others too.
+  const uint64_t ascii = _cvtmask64_u64(_mm512_cmpgt_epi8_mask(bytes, _mm512_setzero_si512()));
+  const uint64_t signs = placesOf(bytes, '%');
+  const uint64_t taken = signs << 1 | signs << 2;
+  const uint64_t digits = present >> 2;
+  if (ascii != present || (signs & (taken | ~digits)) != 0) return notAscii;
+  const uint64_t kept = present & ~taken;
+  const __m512i first = _mm512_permutexvar_epi8(tableOf(next.data()), bytes);
+  const __m512i second = _mm512_permutexvar_epi8(tableOf(next.data()), first);
+  store(target, unescaped(bytes, signs, first, second, kept), countOf(kept));
+  return countOf(kept);
 }
 
 }  // namespace vq::url::wide_vector
