@@ -144,7 +144,7 @@ VQStatus fillWide(const Encoding& encoding, VQStringService* service, VQU8String
   base64::portable::encodeGroups(encoding.alphabet, encoding.bytes, 1, temporary->text);
   const VQStatus status = fillAscii<WideKind>(
       *target, service, temporary->text, 4, encoding.length(),
-      [&](VQChar* text) {
+      [&](VQChar* text, uint64_t) {
         encoding.writeTo(text);
         return true;
       },

@@ -31,12 +31,7 @@ class Utf8Form {
     bool isFilled = false;
     const VQStatus status = fillByFront(
         text, elementCount,
-        [=](char* target) {
-          // As many bytes as characters are room for nothing else.
-          auto* bytes = reinterpret_cast<uint8_t*>(target);
-          const VQStatus narrowed = transcode::wideToUtf8(text, elementCount, bytes, elementCount).status;
-          return narrowed == 0 ? elementCount : url::notAscii;
-        },
+        [=](char* target, uint64_t room) { return url::narrow(text, elementCount, target, room); },
         &isFilled);
     return status != 0 || isFilled ? status : fill(text, elementCount);
   }
@@ -44,7 +39,8 @@ class Utf8Form {
   VQStatus fillUnescaped(const VQChar* text, uint64_t elementCount) {
     bool isFilled = false;
     VQStatus status = fillByFront(
-        text, elementCount, [=](char* target) { return url::unescape(text, elementCount, target); },
+        text, elementCount,
+        [=](char* target, uint64_t room) { return url::unescape(text, elementCount, target, room); },
         &isFilled);
     if (status != 0 || isFilled) return status;
     status = fill(text, elementCount);
@@ -65,8 +61,8 @@ class Utf8Form {
     if (text[0] >= 0x80) return 0;
     if (!ensureTarget<NarrowKind>(service_, &narrow_, pool_)) return VQSTATUS_NO_MEMORY;
     uint64_t length = 0;
-    const auto writeAll = [&](char* target) {
-      length = write(target);
+    const auto writeAll = [&](char* target, uint64_t room) {
+      length = write(target, room);
       return length != url::notAscii;
     };
     const VQStatus status =

@@ -180,14 +180,19 @@ uint64_t unescape(char* text, uint64_t byteCount) {
   return written;
 }
 
-uint64_t unescape(const VQChar* text, uint64_t elementCount, char* target) {
-  if (cpu::hasAvx512() && elementCount <= wide_vector::stepElements) {
-    const uint64_t length = wide_vector::unescapeShort(text, elementCount, target);
+uint64_t narrow(const VQChar* text, uint64_t elementCount, char* target, uint64_t room) {
+  const transcode::Result result =
+      transcode::wideToUtf8(text, elementCount, reinterpret_cast<uint8_t*>(target), room);
+  // A text that stops early has not become as many bytes.
+  return result.status == 0 && result.written == elementCount ? elementCount : notAscii;
+}
+
+uint64_t unescape(const VQChar* text, uint64_t elementCount, char* target, uint64_t room) {
+  if (cpu::hasAvx512()) {
+    const uint64_t length = wide_vector::unescape(text, elementCount, target, room);
     if (length != notAscii) return length;
   }
-  // As many bytes as elements are room for nothing else than ASCII.
-  auto* bytes = reinterpret_cast<uint8_t*>(target);
-  if (transcode::wideToUtf8(text, elementCount, bytes, elementCount).status != 0) return notAscii;
+  if (narrow(text, elementCount, target, room) == notAscii) return notAscii;
   return unescape(target, elementCount);
 }
 

@@ -12,6 +12,7 @@ namespace {
 
 using namespace vq::avx512;
 
+constexpr uint64_t stepElements = 64;
 constexpr __mmask64 allBits = UINT64_MAX;
 
 // By the ASCII character: the top bit, if it is escaped.
@@ -98,7 +99,7 @@ VQ_INLINE_AVX512 Escaped escapeRun(__m512i bytes, uint64_t escaped, uint64_t fro
 
 // For a text that is one run.
 VQ_INLINE_AVX512 Escaped escapeRun(const char* text, uint64_t byteCount) {
-  const __m512i bytes = load(text, lowBits(byteCount));
+  const __m512i bytes = loadShort(text, byteCount);
   return escapeRun(bytes, topBits(escapeFlagsOf(bytes)), 0, byteCount);
 }
 
@@ -208,8 +209,15 @@ VQ_INLINE_AVX512 __m512i unescaped(__m512i bytes, uint64_t signs, __m512i first,
                                     _mm512_mask_mov_epi8(withBlanks(bytes), _cvtu64_mask64(signs), values));
 }
 
-// The byte behind each.
-alignas(64) constexpr Places next = placesBy([](int i) { return (i + 1) % 64; });
+// Up to a vector of elements.
+VQ_INLINE_AVX512 __m512i loadSome(const VQChar* text, uint64_t elementCount) {
+  if (elementCount >= stepElements) return load(text, allBits);
+  return elementCount == 0 ? _mm512_setzero_si512() : load(text, lowBits(elementCount));
+}
+
+// Of two vectors, the bytes one further on and two.
+alignas(64) constexpr Places oneOn = placesBy([](int i) { return i + 1; });
+alignas(64) constexpr Places twoOn = placesBy([](int i) { return i + 2; });
 
 // Whole steps at fixed distances, so that none waits for the one before to be read. Digits behind a step are
 // left out of the next one. A whole vector is stored: what of it is too much lies in front of what is still
@@ -261,7 +269,7 @@ VQ_TARGET_AVX512 void escapeToWide(const char* text, uint64_t byteCount, VQChar*
 VQ_TARGET_AVX512 Measure measure(const char* text, uint64_t byteCount) {
   if (byteCount > stepElements) return measureLong(text, byteCount);
   const uint64_t present = _cvtmask64_u64(lowBits(byteCount));
-  const __m512i bytes = load(text, _cvtu64_mask64(present));
+  const __m512i bytes = loadShort(text, byteCount);
   const uint64_t escaped = topBits(escapeFlagsOf(bytes)) & present;
   if (topBits(bytes) != 0 && (reachOf(bytes).within & present & ~escaped) != 0) {
     return measureSequences(text, byteCount);
@@ -293,20 +301,32 @@ VQ_TARGET_AVX512 void unescape(char* text, uint64_t byteCount, uint64_t* at, uin
   }
 }
 
-VQ_TARGET_AVX512 uint64_t unescapeShort(const VQChar* text, uint64_t elementCount, char* target) {
-  const uint64_t present = _cvtmask64_u64(lowBits(elementCount));
-  const __m512i bytes = load(text, _cvtu64_mask64(present));
-  // What is no byte, or none of ASCII, has been made 0 or negative. A character 0 is left to others too.
-  const uint64_t ascii = _cvtmask64_u64(_mm512_cmpgt_epi8_mask(bytes, _mm512_setzero_si512()));
-  const uint64_t signs = placesOf(bytes, '%');
-  const uint64_t taken = signs << 1 | signs << 2;
-  const uint64_t digits = present >> 2;
-  if (ascii != present || (signs & (taken | ~digits)) != 0) return notAscii;
-  const uint64_t kept = present & ~taken;
-  const __m512i first = _mm512_permutexvar_epi8(tableOf(next.data()), bytes);
-  const __m512i second = _mm512_permutexvar_epi8(tableOf(next.data()), first);
-  store(target, unescaped(bytes, signs, first, second, kept), countOf(kept));
-  return countOf(kept);
+VQ_TARGET_AVX512 uint64_t unescape(const VQChar* text, uint64_t elementCount, char* target, uint64_t room) {
+  uint64_t written = 0, behind = 0, left = elementCount;
+  __m512i bytes = loadSome(text, left);
+  for (;;) {
+    const uint64_t present = _cvtmask64_u64(lowBits(std::min(left, stepElements)));
+    left -= std::min(left, stepElements);
+    text += stepElements;
+    const __m512i following = loadSome(text, left);
+    // What is no byte, or none of ASCII, has been made 0 or negative. A character 0 is left to others too.
+    const uint64_t ascii = _cvtmask64_u64(_mm512_cmpgt_epi8_mask(bytes, _mm512_setzero_si512()));
+    const uint64_t signs = placesOf(bytes, '%');
+    const uint64_t taken = signs << 1 | signs << 2 | behind;
+    if (ascii != present || (taken & (signs | ~present)) != 0) return notAscii;
+    const uint64_t kept = present & ~taken;
+    __m512i made = withBlanks(bytes);
+    if ((signs | behind) != 0) {
+      const __m512i first = _mm512_permutex2var_epi8(bytes, tableOf(oneOn.data()), following);
+      const __m512i second = _mm512_permutex2var_epi8(bytes, tableOf(twoOn.data()), following);
+      made = unescaped(bytes, signs, first, second, kept);
+    }
+    storeShort(target + written, made, countOf(kept), room - written);
+    written += countOf(kept);
+    behind = signs >> 62 | signs >> 63;
+    if (left == 0) return behind == 0 ? written : notAscii;
+    bytes = following;
+  }
 }
 
 }  // namespace vq::url::wide_vector

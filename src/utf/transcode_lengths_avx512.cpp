@@ -9,6 +9,7 @@ namespace vq::transcode::avx512 {
 
 namespace {
 
+using vq::avx512::loadShort;
 using vq::avx512::lowBits;
 
 VQ_TARGET_AVX512 inline size_t continuationsOf(__m512i bytes) {
@@ -44,8 +45,7 @@ VQ_TARGET_AVX512 size_t wideLengthOfUtf8(const uint8_t* source, size_t byteCount
     continuations += continuationsOf(_mm512_loadu_si512(source + at));
   }
   if (at < byteCount) {
-    const uint64_t rest = lowBits(byteCount - at);
-    continuations += continuationsOf(_mm512_maskz_loadu_epi8(rest, source + at));
+    continuations += continuationsOf(loadShort(source + at, byteCount - at));
   }
   return byteCount - continuations;
 }

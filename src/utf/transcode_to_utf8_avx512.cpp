@@ -22,6 +22,7 @@ constexpr size_t vectorBytes = 64;
 constexpr size_t notMade = SIZE_MAX;
 
 using vq::avx512::lowBits;
+using vq::avx512::storeShort;
 
 VQ_TARGET_AVX512 inline __m512i splat32(uint32_t word) {
   return _mm512_set1_epi32(static_cast<int>(word));
@@ -34,13 +35,8 @@ VQ_TARGET_AVX512 inline bool isBelow(__m512i values, uint32_t powerOfTwo) {
 VQ_TARGET_AVX512 inline size_t storeChosen(__m512i bytes, uint64_t chosen, uint8_t* target, size_t room) {
   const auto count = static_cast<size_t>(std::popcount(chosen));
   const __m512i together = _mm512_maskz_compress_epi8(chosen, bytes);
-  if (room >= vectorBytes) {
-    _mm512_storeu_si512(target, together);
-  } else if (room >= count) {
-    _mm512_mask_storeu_epi8(target, lowBits(count), together);
-  } else {
-    return notMade;
-  }
+  if (room < count) return notMade;
+  storeShort(target, together, count, room);
   return count;
 }
 
@@ -216,7 +212,7 @@ VQ_TARGET_AVX512 Result wideToUtf8(const VQChar* source, size_t elementCount, ui
   const auto present = static_cast<__mmask16>(lowBits(elementCount));
   const __m512i all = _mm512_maskz_loadu_epi32(present, source);
   if (elementCount <= capacity && isBelow(all, 0x80)) {
-    _mm_mask_storeu_epi8(target, present, _mm512_cvtepi32_epi8(all));
+    storeShort(target, _mm512_castsi128_si512(_mm512_cvtepi32_epi8(all)), elementCount, capacity);
     return {0, elementCount, elementCount};
   }
   const size_t made = encodeGroup<4>(all, elementCount, target, capacity);
