@@ -38,6 +38,7 @@ struct Pool : VQPool {
 
   struct Header;
   struct LargeBlock;
+  struct KeptList;
   struct ThreadCache;
   struct ThreadTable;
 
@@ -46,10 +47,9 @@ struct Pool : VQPool {
 
   ThreadCache* threadCache() noexcept;
   ThreadCache* claimCache() noexcept;
-  void* putToUse(ThreadCache& cache, Header* block) noexcept;
-  void* takeListed(ThreadCache& cache, size_t sizeClass) noexcept;
+  void* putToUse(Header* block) noexcept;
   void* take(ThreadCache& cache, size_t sizeClass) noexcept;
-  bool give(ThreadCache& cache, Header* block) noexcept;
+  VQStatus give(ThreadCache& cache, Header* block) noexcept;
   [[gnu::noinline]] void* allocateAnyhow(uint64_t byteCount, bool isZeroFilled) noexcept;
   [[gnu::noinline]] VQStatus freeAnyhow(Header* block) noexcept;
   void retireCache(ThreadCache& cache) noexcept;
@@ -93,6 +93,9 @@ struct Pool : VQPool {
     size_t count = 0;
     uint64_t byteCount = 0;
   };
+
+  // What large blocks in use carry.
+  uint64_t largeOwner() const { return ~id_; }
 
   // Never used again for another pool.
   const uint64_t id_;

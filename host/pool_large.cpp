@@ -52,8 +52,7 @@ Pool::LargeBlock* Pool::KeptBlocks::removeAt(size_t index) noexcept {
 // Behind the mutex, as the next two.
 void* Pool::putToUse(LargeBlock* block, uint64_t asked) noexcept {
   block->asked = asked;
-  block->header.sizeClass = largeClass;
-  block->header.owner = id_;
+  block->header.owner = largeOwner();
   chain(*block);
   return block->header.payload();
 }
