@@ -112,7 +112,7 @@ uint64_t escapeFront(VQString* string, uint64_t first) {
   Refill<WideKind> refill(string, newLength);
   if (!refill) return first;
   VQChar* target = refill.text();
-  if (target != string->text) copyElements(target, string->text, first);
+  if (target != string->text) moveMostlyShort(target, string->text, first);
   // The tail goes first: in the own storage the escaped front takes its place.
   moveElements(target + first + escapedCount, text + frontCount, tailCount);
   url::escapeToWide(utf8.text(), utf8.length(), target + first, escapedCount);
