@@ -208,6 +208,21 @@ TEST_F(UrlEscapes, BrokenUtf8IsEscapedWithinTheText) {
   });
 }
 
+// One first byte in a text that needs no other escape, at every place of a step.
+TEST_F(UrlEscapes, ALoneFirstByteTakesWhatItAnnounces) {
+  test::atEveryLevel([&] {
+    for (const char first : {'\xC3', '\xE2', '\xF0', '\xF9', '\xFD'}) {
+      for (size_t place = 0; place < 150; ++place) {
+        std::string text(150, 'a');
+        text[place] = first;
+        const std::string tail = text.substr(place - place % 2);
+        ASSERT_EQ(vq::url::measure(text.data(), text.size()).length(text.size()), naiveEscaped(text).size());
+        ASSERT_EQ(encoded(tail), naiveEscaped(tail));
+      }
+    }
+  });
+}
+
 TEST_F(UrlEscapes, UnescapingTakesWhatItFinds) {
   const struct {
     const char* text;
