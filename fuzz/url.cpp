@@ -1,4 +1,6 @@
 // Escaping and unescaping beside the rules, on every level, with the source apart from the target and in it.
+#include <algorithm>
+
 #include "../tests/encodings/url_rules.hpp"
 #include "encodings/url_codec.hpp"
 #include "fuzz_input.hpp"
@@ -27,6 +29,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const fuzz::Piece copy(data, size);
     char* bytes = const_cast<char*>(copy.text());
     expect(std::string_view(bytes, vq::url::unescape(bytes, size)) == unescaped);
+    std::unique_ptr<VQChar[]> wideText(new VQChar[size]);
+    for (size_t i = 0; i < size; ++i) wideText[i] = data[i];
+    std::unique_ptr<char[]> made(new char[size]);
+    const uint64_t length = vq::url::unescape(wideText.get(), size, made.get(), size);
+    const bool isAscii = std::all_of(data, data + size, [](uint8_t byte) { return byte < 0x80; });
+    expect(length == (isAscii ? unescaped.size() : vq::url::notAscii));
+    if (isAscii) expect(std::string_view(made.get(), length) == unescaped);
   });
   return 0;
 }

@@ -10,19 +10,61 @@
 
 namespace vq::host {
 
+// The free blocks of one class that a thread keeps. They are counted by what there is still room for, which
+// tells without another look when there are too many.
+struct Pool::KeptList {
+  Header* first = nullptr;
+  // Written by the list's thread alone.
+  std::atomic<int64_t> room{0};
+
+  // False when the list has become too long.
+  bool add(Header* block) {
+    block->next() = std::exchange(first, block);
+    return count(-1) >= 0;
+  }
+  // Null when the list is empty.
+  Header* take() {
+    Header* block = first;
+    if (block == nullptr) return nullptr;
+    first = block->next();
+    count(1);
+    return block;
+  }
+
+ private:
+  int64_t count(int64_t change) {
+    const int64_t now = room.load(std::memory_order_relaxed) + change;
+    room.store(now, std::memory_order_relaxed);
+    return now;
+  }
+};
+
 struct Pool::ThreadCache {
-  std::array<FreeList, classCount> lists{};
+  std::array<KeptList, classCount> lists{};
   // The unused rest of the newest slab.
   char* slabAt = nullptr;
   char* slabEnd = nullptr;
-  // Blocks taken less blocks given back through this cache; written by its thread alone.
-  std::atomic<int64_t> balance{0};
+  // Blocks cut from slabs; written by the cache's thread alone.
+  std::atomic<int64_t> cutBlocks{0};
   bool isClaimed = true;
   ThreadCache* next = nullptr;
 
-  void count(int64_t change) {
-    balance.store(balance.load(std::memory_order_relaxed) + change, std::memory_order_relaxed);
+  ThreadCache() {
+    for (size_t i = 0; i < classCount; ++i) lists[i].room.store(sizes.kept[i], std::memory_order_relaxed);
   }
+  int64_t count(size_t sizeClass) const {
+    return static_cast<int64_t>(sizes.kept[sizeClass]) -
+           lists[sizeClass].room.load(std::memory_order_relaxed);
+  }
+  // A block from the slab, which has room for it.
+  Header* cut(size_t sizeClass) {
+    auto* block = reinterpret_cast<Header*>(slabAt);
+    slabAt += blockBytes(sizeClass);
+    block->sizeClass = static_cast<uint32_t>(sizeClass);
+    cutBlocks.store(cutBlocks.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+    return block;
+  }
+  static size_t blockBytes(size_t sizeClass) { return sizes.bytes[sizeClass] + sizeof(Header); }
 };
 
 namespace {
@@ -61,6 +103,13 @@ struct Pool::ThreadTable {
       __attribute__((tls_model("initial-exec"))) = {};
 
   static Entry& entryOf(uint64_t poolId) { return entries[poolId % entryCount]; }
+  // Null when the pool has no cache in its place.
+  static ThreadCache* cacheOf(uint64_t poolId) {
+    const Entry& entry = entryOf(poolId);
+    if (entry.poolId != poolId) return nullptr;
+    if (entry.cache == nullptr) __builtin_unreachable();
+    return entry.cache;
+  }
 
   static void leave(Entry& entry) noexcept {
     if (entry.cache == nullptr) return;
@@ -118,24 +167,17 @@ void Pool::retireCache(ThreadCache& cache) noexcept {
 
 // A free block of the class from the pool's spare ones, or a fresh one; null when memory runs out.
 Pool::Header* Pool::refill(ThreadCache& cache, size_t sizeClass) noexcept {
-  const size_t blockBytes = sizes.bytes[sizeClass] + sizeof(Header);
   const std::lock_guard hold(mutex_);
   if (FreeList& spare = spare_[sizeClass]; spare.first != nullptr) {
     // All of them, or as many as a thread keeps.
-    FreeList& list = cache.lists[sizeClass];
-    while (spare.first != nullptr && list.count < sizes.kept[sizeClass] / 2 + 1) {
-      Header* block = std::exchange(spare.first, spare.first->next());
+    KeptList& list = cache.lists[sizeClass];
+    while (spare.first != nullptr && cache.count(sizeClass) < sizes.kept[sizeClass] / 2 + 1) {
+      list.add(std::exchange(spare.first, spare.first->next()));
       --spare.count;
-      block->next() = std::exchange(list.first, block);
-      ++list.count;
     }
-    --list.count;
-    return std::exchange(list.first, list.first->next());
+    return list.take();
   }
-  if (!addSlab(cache, blockBytes)) return nullptr;
-  auto* block = reinterpret_cast<Header*>(std::exchange(cache.slabAt, cache.slabAt + blockBytes));
-  block->sizeClass = static_cast<uint32_t>(sizeClass);
-  return block;
+  return addSlab(cache, ThreadCache::blockBytes(sizeClass)) ? cache.cut(sizeClass) : nullptr;
 }
 
 bool Pool::addSlab(ThreadCache& cache, size_t blockBytes) noexcept {
@@ -151,13 +193,12 @@ bool Pool::addSlab(ThreadCache& cache, size_t blockBytes) noexcept {
 
 // Half of a long list goes where other threads find it; always 0, the status of the call that it ends.
 VQStatus Pool::spill(ThreadCache& cache, size_t sizeClass) noexcept {
-  FreeList& list = cache.lists[sizeClass];
+  KeptList& list = cache.lists[sizeClass];
   const std::lock_guard hold(mutex_);
   FreeList& spare = spare_[sizeClass];
-  for (size_t moving = list.count / 2; moving != 0; --moving) {
-    Header* block = std::exchange(list.first, list.first->next());
+  for (int64_t moving = cache.count(sizeClass) / 2; moving != 0; --moving) {
+    Header* block = list.take();
     block->next() = std::exchange(spare.first, block);
-    --list.count;
     ++spare.count;
   }
   return 0;
@@ -166,57 +207,41 @@ VQStatus Pool::spill(ThreadCache& cache, size_t sizeClass) noexcept {
 // ---- blocks ----
 
 inline Pool::ThreadCache* Pool::threadCache() noexcept {
-  ThreadTable::Entry& entry = ThreadTable::entryOf(id_);
-  return entry.poolId == id_ ? entry.cache : claimCache();
+  ThreadCache* cache = ThreadTable::cacheOf(id_);
+  return cache != nullptr ? cache : claimCache();
 }
 
-inline void* Pool::putToUse(ThreadCache& cache, Header* block) noexcept {
+inline void* Pool::putToUse(Header* block) noexcept {
   block->owner = id_;
-  cache.count(1);
   return block->payload();
 }
 
-// A block off the thread's list, or null.
-inline void* Pool::takeListed(ThreadCache& cache, size_t sizeClass) noexcept {
-  FreeList& list = cache.lists[sizeClass];
-  Header* block = list.first;
-  if (block == nullptr) return nullptr;
-  list.first = block->next();
-  --list.count;
-  return putToUse(cache, block);
-}
-
 void* Pool::take(ThreadCache& cache, size_t sizeClass) noexcept {
-  if (void* listed = takeListed(cache, sizeClass)) return listed;
-  const size_t blockBytes = sizes.bytes[sizeClass] + sizeof(Header);
-  Header* block = nullptr;
-  if (static_cast<size_t>(cache.slabEnd - cache.slabAt) >= blockBytes) {
-    block = reinterpret_cast<Header*>(std::exchange(cache.slabAt, cache.slabAt + blockBytes));
-    block->sizeClass = static_cast<uint32_t>(sizeClass);
-  } else {
-    block = refill(cache, sizeClass);
+  Header* block = cache.lists[sizeClass].take();
+  if (block == nullptr) {
+    const bool isInSlab =
+        static_cast<size_t>(cache.slabEnd - cache.slabAt) >= ThreadCache::blockBytes(sizeClass);
+    block = isInSlab ? cache.cut(sizeClass) : refill(cache, sizeClass);
   }
-  return block == nullptr ? nullptr : putToUse(cache, block);
+  return block == nullptr ? nullptr : putToUse(block);
 }
 
-// True when the list has become too long.
-inline bool Pool::give(ThreadCache& cache, Header* block) noexcept {
+inline VQStatus Pool::give(ThreadCache& cache, Header* block) noexcept {
   const size_t sizeClass = block->sizeClass;
   block->owner = 0;
-  FreeList& list = cache.lists[sizeClass];
-  block->next() = std::exchange(list.first, block);
-  cache.count(-1);
-  return ++list.count > sizes.kept[sizeClass];
+  if (cache.lists[sizeClass].add(block)) [[likely]]
+    return 0;
+  return spill(cache, sizeClass);
 }
 
 // What most calls come to needs no frame: a block off the list of a cache that is at hand. All else is called
 // last.
 inline void* Pool::allocate(uint64_t byteCount, bool isZeroFilled) noexcept {
   if (!isWatched && byteCount <= largestSmall && !isZeroFilled) [[likely]] {
-    const ThreadTable::Entry& entry = ThreadTable::entryOf(id_);
-    if (entry.poolId == id_) [[likely]] {
-      if (void* block = takeListed(*entry.cache, smallClassOf(byteCount))) [[likely]]
-        return block;
+    ThreadCache* cache = ThreadTable::cacheOf(id_);
+    if (cache != nullptr) [[likely]] {
+      if (Header* block = cache->lists[smallClassOf(byteCount)].take()) [[likely]]
+        return putToUse(block);
     }
   }
   return allocateAnyhow(byteCount, isZeroFilled);
@@ -232,31 +257,27 @@ void* Pool::allocateAnyhow(uint64_t byteCount, bool isZeroFilled) noexcept {
 inline VQStatus Pool::free(void* memory) noexcept {
   if (memory == nullptr) return 0;
   Header* block = Header::of(memory);
-  const ThreadTable::Entry& entry = ThreadTable::entryOf(id_);
-  if (block->owner != id_ || block->sizeClass == largeClass || entry.poolId != id_) [[unlikely]] {
+  ThreadCache* cache = ThreadTable::cacheOf(id_);
+  if (block->owner != id_ || cache == nullptr) [[unlikely]]
     return freeAnyhow(block);
-  }
-  if (give(*entry.cache, block)) [[unlikely]]
-    return spill(*entry.cache, block->sizeClass);
-  return 0;
+  return give(*cache, block);
 }
 
 VQStatus Pool::freeAnyhow(Header* block) noexcept {
-  if (block->owner != id_) return VQSTATUS_BAD_ARGUMENT;
-  if (block->sizeClass == largeClass) {
+  if (block->owner == largeOwner()) {
     freeLarge(block);
     return 0;
   }
+  if (block->owner != id_) return VQSTATUS_BAD_ARGUMENT;
   ThreadCache* cache = threadCache();
-  if (cache == nullptr) return VQSTATUS_NO_MEMORY;
-  return give(*cache, block) ? spill(*cache, block->sizeClass) : 0;
+  return cache == nullptr ? VQSTATUS_NO_MEMORY : give(*cache, block);
 }
 
 void* Pool::reallocate(void* memory, uint64_t byteCount) noexcept {
   if (memory == nullptr) return allocate(byteCount, false);
   Header* block = Header::of(memory);
+  if (block->owner == largeOwner()) return reallocateLarge(block, byteCount);
   if (block->owner != id_) return nullptr;
-  if (block->sizeClass == largeClass) return reallocateLarge(block, byteCount);
   return byteCount <= sizes.bytes[block->sizeClass] ? memory : growSmall(block, byteCount);
 }
 
@@ -274,7 +295,7 @@ void* Pool::growSmall(Header* block, uint64_t byteCount) noexcept {
   }
   if (grown == nullptr) return nullptr;
   std::memcpy(grown, block->payload(), present);
-  if (give(*cache, block)) spill(*cache, block->sizeClass);
+  give(*cache, block);
   return grown;
 }
 
@@ -314,8 +335,10 @@ uint64_t Pool::liveBlocks() const {
   const std::lock_guard hold(mutex_);
   int64_t count = static_cast<int64_t>(largeCount_);
   for (const ThreadCache* cache = caches_; cache != nullptr; cache = cache->next) {
-    count += cache->balance.load(std::memory_order_relaxed);
+    count += cache->cutBlocks.load(std::memory_order_relaxed);
+    for (size_t i = 0; i < classCount; ++i) count -= cache->count(i);
   }
+  for (const FreeList& spare : spare_) count -= static_cast<int64_t>(spare.count);
   return static_cast<uint64_t>(count);
 }
 

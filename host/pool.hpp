@@ -38,6 +38,7 @@ struct Pool : VQPool {
 
   struct Header;
   struct LargeBlock;
+  struct KeptList;
   struct ThreadCache;
   struct ThreadTable;
 
@@ -46,10 +47,9 @@ struct Pool : VQPool {
 
   ThreadCache* threadCache() noexcept;
   ThreadCache* claimCache() noexcept;
-  void* putToUse(ThreadCache& cache, Header* block) noexcept;
-  void* takeListed(ThreadCache& cache, size_t sizeClass) noexcept;
+  void* putToUse(Header* block) noexcept;
   void* take(ThreadCache& cache, size_t sizeClass) noexcept;
-  bool give(ThreadCache& cache, Header* block) noexcept;
+  VQStatus give(ThreadCache& cache, Header* block) noexcept;
   [[gnu::noinline]] void* allocateAnyhow(uint64_t byteCount, bool isZeroFilled) noexcept;
   [[gnu::noinline]] VQStatus freeAnyhow(Header* block) noexcept;
   void retireCache(ThreadCache& cache) noexcept;
@@ -75,12 +75,13 @@ struct Pool : VQPool {
     Header* first = nullptr;
     size_t count = 0;
   };
-  // Large blocks that wait for their next use, the oldest first.
+  // Large blocks that wait for their next use, the oldest first. As much is kept as the C library's malloc
+  // keeps at the end of its heap at most (twice its largest threshold of 32 MiB for blocks with pages of
+  // their own): ten million characters of wide text find their pages again. One block may take all of it.
   struct KeptBlocks {
     enum class Preferred { smallest, largest };
     static constexpr size_t places = 16;
-    static constexpr uint64_t byteLimit = 16 * 1024 * 1024;
-    static constexpr uint64_t largest = byteLimit / 2;
+    static constexpr uint64_t byteLimit = 64 * 1024 * 1024;
 
     // One of at least `lowest` and at most `highest` bytes, or null.
     LargeBlock* take(uint64_t lowest, uint64_t highest, Preferred preferred) noexcept;
@@ -92,6 +93,9 @@ struct Pool : VQPool {
     size_t count = 0;
     uint64_t byteCount = 0;
   };
+
+  // What large blocks in use carry.
+  uint64_t largeOwner() const { return ~id_; }
 
   // Never used again for another pool.
   const uint64_t id_;

@@ -9,8 +9,8 @@
 
 namespace vq::host {
 
-// A block that is in use carries its pool's number; the free ones carry none and are linked through the
-// payload.
+// A block that is in use carries its pool's number, a large one the number's complement; the free ones carry
+// none and are linked through the payload. Only small blocks have a class.
 struct alignas(16) Pool::Header {
   uint32_t sizeClass;
   uint32_t reserved;
@@ -33,8 +33,6 @@ struct alignas(16) Pool::LargeBlock {
     return reinterpret_cast<LargeBlock*>(reinterpret_cast<char*>(header) - offsetof(LargeBlock, header));
   }
 };
-
-inline constexpr uint32_t largeClass = UINT32_MAX;
 
 // Under a sanitizer every block is malloc's own, so that it is watched.
 #if defined(__SANITIZE_ADDRESS__)

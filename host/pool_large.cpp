@@ -52,8 +52,7 @@ Pool::LargeBlock* Pool::KeptBlocks::removeAt(size_t index) noexcept {
 // Behind the mutex, as the next two.
 void* Pool::putToUse(LargeBlock* block, uint64_t asked) noexcept {
   block->asked = asked;
-  block->header.sizeClass = largeClass;
-  block->header.owner = id_;
+  block->header.owner = largeOwner();
   chain(*block);
   return block->header.payload();
 }
@@ -73,7 +72,7 @@ void Pool::unchain(LargeBlock& block) noexcept {
 }
 
 void* Pool::allocateLarge(uint64_t byteCount, bool isZeroFilled) noexcept {
-  if (byteCount <= KeptBlocks::largest) {
+  if (byteCount <= KeptBlocks::byteLimit) {
     std::unique_lock hold(mutex_);
     if (LargeBlock* kept = kept_.take(byteCount, 2 * byteCount, KeptBlocks::Preferred::smallest)) {
       void* payload = putToUse(kept, byteCount);
@@ -99,7 +98,7 @@ void* Pool::allocateFresh(uint64_t byteCount, uint64_t asked, bool isZeroFilled)
 // then move nothing.
 void* Pool::takeKeptForGrowth(uint64_t byteCount, uint64_t preferred) noexcept {
   constexpr uint64_t reason = 8;
-  if (preferred > KeptBlocks::largest) return nullptr;
+  if (preferred > KeptBlocks::byteLimit) return nullptr;
   const std::lock_guard hold(mutex_);
   LargeBlock* kept = kept_.take(preferred, reason * preferred, KeptBlocks::Preferred::largest);
   return kept == nullptr ? nullptr : putToUse(kept, byteCount);
@@ -109,7 +108,7 @@ void* Pool::takeKeptForGrowth(uint64_t byteCount, uint64_t preferred) noexcept {
 void Pool::freeLarge(Header* header) noexcept {
   LargeBlock* block = LargeBlock::of(header);
   header->owner = 0;
-  const bool isKept = !isWatched && block->byteCount <= KeptBlocks::largest;
+  const bool isKept = !isWatched && block->byteCount <= KeptBlocks::byteLimit;
   std::unique_lock hold(mutex_);
   unchain(*block);
   while (isKept && !kept_.add(block)) {

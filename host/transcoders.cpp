@@ -30,6 +30,13 @@ VQStatus convertWideToUtf8(VQTranscoder*, const void* source, uint64_t sourceByt
   return result.status == 0 && isCut ? VQSTATUS_SHORT_SEQUENCE : result.status;
 }
 
+constexpr bool isUtf8ToWide(uint32_t source, uint32_t target) {
+  return source == ENC_UTF8 && target == ENC_WIDE;
+}
+constexpr bool isWideToUtf8(uint32_t source, uint32_t target) {
+  return source == ENC_WIDE && target == ENC_UTF8;
+}
+
 void keep(VQTranscoder*) noexcept {}
 
 constinit VQTranscoder utf8ToWide{keep, convertUtf8ToWide};
@@ -61,31 +68,16 @@ struct IcuTranscoder : VQTranscoder {
   const uint32_t target;
 };
 
-}  // namespace
-
-bool conversionExists(uint32_t source, uint32_t target) noexcept {
-  return source != target && encodingInfoOf(source) != nullptr && encodingInfoOf(target) != nullptr;
-}
-
-VQTranscoder* makeTranscoder(Kernel& kernel, uint32_t source, uint32_t target) noexcept {
-  if (source == ENC_UTF8 && target == ENC_WIDE) return &utf8ToWide;
-  if (source == ENC_WIDE && target == ENC_UTF8) return &wideToUtf8;
+// What ICU takes part in stays out of line, so that a short text between UTF-8 and wide pays for no frame.
+[[gnu::noinline]] VQTranscoder* makeIcuTranscoder(Kernel& kernel, uint32_t source, uint32_t target) noexcept {
   return conversionExists(source, target) ? new (std::nothrow) IcuTranscoder(kernel, source, target)
                                           : nullptr;
 }
 
-VQStatus measureConversion(uint32_t source, const void* text, uint64_t byteCount, uint32_t target,
-                           uint64_t* targetBytes) noexcept {
-  if (source == ENC_UTF8 && target == ENC_WIDE) {
-    *targetBytes = transcode::wideLengthOfUtf8(static_cast<const uint8_t*>(text), byteCount) * sizeof(VQChar);
-    return 0;
-  }
-  if (source == ENC_WIDE && target == ENC_UTF8) {
-    *targetBytes = transcode::utf8LengthOfWide(static_cast<const VQChar*>(text), byteCount / sizeof(VQChar));
-    return 0;
-  }
+// The only way to measure is to convert; the text goes to a scrap and is forgotten.
+[[gnu::noinline]] VQStatus measureByIcu(uint32_t source, const void* text, uint64_t byteCount,
+                                        uint32_t target, uint64_t* targetBytes) noexcept {
   if (!conversionExists(source, target)) return VQHOST_STATUS_NO_ENCODING;
-  // The only way to measure is to convert; the text goes to a scrap and is forgotten.
   Conversion conversion(source, target);
   if (!conversion.isReady()) return VQHOST_STATUS_ICU;
   const auto* at = static_cast<const uint8_t*>(text);
@@ -99,6 +91,33 @@ VQStatus measureConversion(uint32_t source, const void* text, uint64_t byteCount
     *targetBytes += outcome.written;
     if (outcome.status != VQSTATUS_TARGET_FULL) return outcome.status;
   }
+}
+
+}  // namespace
+
+bool conversionExists(uint32_t source, uint32_t target) noexcept {
+  if (isUtf8ToWide(source, target) || isWideToUtf8(source, target)) [[likely]]
+    return true;
+  return source != target && encodingInfoOf(source) != nullptr && encodingInfoOf(target) != nullptr;
+}
+
+VQTranscoder* makeTranscoder(Kernel& kernel, uint32_t source, uint32_t target) noexcept {
+  if (isUtf8ToWide(source, target)) return &utf8ToWide;
+  if (isWideToUtf8(source, target)) return &wideToUtf8;
+  return makeIcuTranscoder(kernel, source, target);
+}
+
+VQStatus measureConversion(uint32_t source, const void* text, uint64_t byteCount, uint32_t target,
+                           uint64_t* targetBytes) noexcept {
+  if (isUtf8ToWide(source, target)) {
+    *targetBytes = transcode::wideLengthOfUtf8(static_cast<const uint8_t*>(text), byteCount) * sizeof(VQChar);
+    return 0;
+  }
+  if (isWideToUtf8(source, target)) {
+    *targetBytes = transcode::utf8LengthOfWide(static_cast<const VQChar*>(text), byteCount / sizeof(VQChar));
+    return 0;
+  }
+  return measureByIcu(source, text, byteCount, target, targetBytes);
 }
 
 }  // namespace vq::host

@@ -142,7 +142,7 @@ VQStatus fillWide(const Encoding& encoding, VQStringService* service, VQPool* po
   }
   const VQStatus status = fillAscii<WideKind>(
       *target, service, &encoding.alphabet.characters[encoding.bytes[0] >> 2], 1, encoding.length(),
-      [&](VQChar* text) {
+      [&](VQChar* text, uint64_t) {
         encoding.writeTo(text);
         return true;
       },

@@ -55,6 +55,13 @@ VQStatus convertInto(Refill<Kind>* refill, const void* source, uint64_t byteCoun
   return status;
 }
 
+// The two conversions of texts that no other string holds: vqStringDecode for a wide text, and vqStringEncode
+// into a string that is there.
+VQStatus decodeText(VQStringService* service, const VQChar* text, uint64_t elementCount, uint32_t encoding,
+                    VQNarrowString** target, VQPool* pool);
+VQStatus encodeText(VQStringService* service, const void* text, uint64_t byteCount, uint32_t encoding,
+                    VQString* string);
+
 // The two conversions between UTF-8 and wide text, by what they fill.
 template <class Kind>
 struct Utf8Pair;
@@ -73,8 +80,9 @@ struct Utf8Pair<NarrowKind> {
 
 // Fills a string with a text that is ASCII throughout, without the host converting all of it. Such characters
 // stand for themselves in UTF-8 and in wide text, so the host is asked for the front alone, in the steps of a
-// conversion: what fails, fails there. `write` then puts all `length` elements to its argument, or answers
-// false when they are not ASCII after all. Then, and where the host converts nothing or not one by one,
+// conversion: what fails, fails there. `write` then puts all `length` elements to its first argument, which
+// has room for as many as the second says, or answers false when they are not ASCII after all. Then, and
+// where the host converts nothing or not one by one,
 // `*isFilled` stays false: the whole text is for the host to convert.
 template <class Kind, class Write>
 VQStatus fillAscii(RecordOf<Kind>* string, VQStringService* service,
@@ -94,7 +102,7 @@ VQStatus fillAscii(RecordOf<Kind>* string, VQStringService* service,
   status = convertInto(
       &refill, front, frontBytes, [=] { return Pair::make(service->nls); }, &converted);
   if (status != 0) return status;
-  if (converted != frontLength || !write(refill.text())) return 0;
+  if (converted != frontLength || !write(refill.text(), refill.elementCount())) return 0;
   refill.settle(length);
   *isFilled = true;
   return 0;

@@ -36,32 +36,16 @@ VQStatus fillConverted(RecordOf<Kind>* string, const void* source, uint64_t byte
   return status;
 }
 
-VQStatus encodeInto(VQString* string, VQStringService* service, const void* text, uint64_t byteCount,
-                    uint32_t encoding) {
-  if (!canConvert(service, encoding, ENC_WIDE)) return fillUnconverted<WideKind>(string, text, byteCount);
+VQStatus decodeInto(VQNarrowString* narrow, const VQStringService* service, const VQChar* text,
+                    uint64_t byteCount, uint32_t encoding) {
+  if (!canConvert(service, ENC_WIDE, encoding)) return fillUnconverted<NarrowKind>(narrow, text, byteCount);
   uint64_t size = 0;
-  if (const VQStatus status = measureConversion(service, encoding, text, byteCount, ENC_WIDE, &size);
+  if (const VQStatus status = measureConversion(service, ENC_WIDE, text, byteCount, encoding, &size);
       status != 0) {
     return status;
   }
   VQNls* nls = service->nls;
-  return fillConverted<WideKind>(string, text, byteCount, size,
-                                 [=] { return nls->nlsCreateDecoder(nls, encoding, 0, 0); });
-}
-
-VQStatus decodeInto(VQNarrowString* narrow, const VQString* string, uint32_t encoding) {
-  const VQStringService* service = string->service;
-  if (!canConvert(service, ENC_WIDE, encoding)) {
-    return fillUnconverted<NarrowKind>(narrow, string->text, textBytes(string));
-  }
-  uint64_t size = 0;
-  if (const VQStatus status =
-          measureConversion(service, ENC_WIDE, string->text, textBytes(string), encoding, &size);
-      status != 0) {
-    return status;
-  }
-  VQNls* nls = service->nls;
-  return fillConverted<NarrowKind>(narrow, string->text, textBytes(string), size,
+  return fillConverted<NarrowKind>(narrow, text, byteCount, size,
                                    [=] { return nls->nlsCreateEncoder(nls, encoding, 0, 0); });
 }
 
@@ -112,6 +96,28 @@ VQStatus getBlock(const VQStringService* service, VQTranscoder* shared, uint32_t
 
 }  // namespace
 
+VQStatus vq::encodeText(VQStringService* service, const void* text, uint64_t byteCount, uint32_t encoding,
+                        VQString* string) {
+  if (!canConvert(service, encoding, ENC_WIDE)) return fillUnconverted<WideKind>(string, text, byteCount);
+  uint64_t size = 0;
+  if (const VQStatus status = measureConversion(service, encoding, text, byteCount, ENC_WIDE, &size);
+      status != 0) {
+    return status;
+  }
+  VQNls* nls = service->nls;
+  return fillConverted<WideKind>(string, text, byteCount, size,
+                                 [=] { return nls->nlsCreateDecoder(nls, encoding, 0, 0); });
+}
+
+VQStatus vq::decodeText(VQStringService* service, const VQChar* text, uint64_t elementCount,
+                        uint32_t encoding, VQNarrowString** target, VQPool* pool) {
+  const bool isCreated = *target == nullptr;
+  if (!ensureTarget<NarrowKind>(service, target, pool)) return VQSTATUS_NO_MEMORY;
+  const VQStatus status = decodeInto(*target, service, text, sizeof(VQChar) * elementCount, encoding);
+  if (status == 0) (*target)->encoding = encoding;
+  return finish<NarrowKind>(status, target, isCreated);
+}
+
 VQStatus vqStringEncode(VQStringService* service, VQString** target, VQPool* pool, const void* text,
                         int64_t length, uint32_t encoding) {
   uint64_t byteCount = 0;
@@ -120,17 +126,13 @@ VQStatus vqStringEncode(VQStringService* service, VQString** target, VQPool* poo
   if (!ensureTarget<WideKind>(service, target, pool != nullptr ? pool : service->pool)) {
     return VQSTATUS_NO_MEMORY;
   }
-  return finish<WideKind>(encodeInto(*target, service, text, byteCount, encoding), target, isCreated);
+  return finish<WideKind>(encodeText(service, text, byteCount, encoding, *target), target, isCreated);
 }
 
 VQStatus vqStringDecode(VQString* string, VQNarrowString** target, VQPool* pool, uint32_t encoding) {
   VQStringService* service = string->service;
   if (pool == nullptr) pool = string->pool != nullptr ? string->pool : service->pool;
-  const bool isCreated = *target == nullptr;
-  if (!ensureTarget<NarrowKind>(service, target, pool)) return VQSTATUS_NO_MEMORY;
-  const VQStatus status = decodeInto(*target, string, encoding);
-  if (status == 0) (*target)->encoding = encoding;
-  return finish<NarrowKind>(status, target, isCreated);
+  return decodeText(service, string->text, static_cast<uint64_t>(string->length), encoding, target, pool);
 }
 
 VQStatus vqStringGetU8String(const VQString* string, VQU8String** target, VQPool* pool) {

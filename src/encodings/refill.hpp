@@ -27,7 +27,8 @@ class Refill {
   explicit operator bool() const { return text_ != nullptr; }
   Element* text() const { return text_; }
   // What a converter may fill: the terminator has its place behind.
-  uint64_t byteCount() const { return sizeof(Element) * (capacity_ - 1); }
+  uint64_t elementCount() const { return capacity_ - 1; }
+  uint64_t byteCount() const { return sizeof(Element) * elementCount(); }
 
   // The first `length` elements here become the string's text.
   void settle(uint64_t length) {

@@ -18,37 +18,61 @@ namespace {
 // The UTF-8 form of some wide text; made by the first use, refilled by later ones, ended with the scope.
 class Utf8Form {
  public:
-  explicit Utf8Form(const VQString* owner) : owner_(owner) {}
+  explicit Utf8Form(const VQString* owner)
+      : service_(owner->service), pool_(owner->pool != nullptr ? owner->pool : service_->pool) {}
   Utf8Form(const Utf8Form&) = delete;
   Utf8Form& operator=(const Utf8Form&) = delete;
-  ~Utf8Form() { vqNarrowStringDestroy(narrow_); }
+  ~Utf8Form() { destroy<NarrowKind>(narrow_); }
 
   VQStatus fill(const VQChar* text, uint64_t elementCount) {
-    VQString wrapped;
-    vqStringInitStatic(owner_->service, &wrapped, owner_->pool, text, static_cast<int64_t>(elementCount));
-    return vqStringDecode(&wrapped, &narrow_, owner_->pool, ENC_UTF8);
+    return decodeText(service_, text, elementCount, ENC_UTF8, &narrow_, pool_);
   }
-  // The same for a text that is likely to be ASCII throughout: the host is spared all but its first
-  // character.
   VQStatus fillLikelyAscii(const VQChar* text, uint64_t elementCount) {
-    if (text[0] >= 0x80) return fill(text, elementCount);
-    VQStringService* service = owner_->service;
-    VQPool* pool = owner_->pool != nullptr ? owner_->pool : service->pool;
-    if (!ensureTarget<NarrowKind>(service, &narrow_, pool)) return VQSTATUS_NO_MEMORY;
-    // As many bytes as characters are room for nothing else.
-    const auto narrow = [=](char* target) {
-      auto* bytes = reinterpret_cast<uint8_t*>(target);
-      return transcode::wideToUtf8(text, elementCount, bytes, elementCount).status == 0;
-    };
     bool isFilled = false;
-    const VQStatus status = fillAscii<NarrowKind>(narrow_, service, text, 1, elementCount, narrow, &isFilled);
+    const VQStatus status = fillByFront(
+        text, elementCount,
+        [=](char* target, uint64_t room) { return url::narrow(text, elementCount, target, room); },
+        &isFilled);
     return status != 0 || isFilled ? status : fill(text, elementCount);
+  }
+  // The form of the text without its escapes.
+  VQStatus fillUnescaped(const VQChar* text, uint64_t elementCount) {
+    bool isFilled = false;
+    VQStatus status = fillByFront(
+        text, elementCount,
+        [=](char* target, uint64_t room) { return url::unescape(text, elementCount, target, room); },
+        &isFilled);
+    if (status != 0 || isFilled) return status;
+    status = fill(text, elementCount);
+    if (status == 0) endText<NarrowKind>(narrow_, url::unescape(narrow_->text, length()));
+    return status;
   }
   char* text() const { return narrow_->text; }
   uint64_t length() const { return static_cast<uint64_t>(narrow_->length); }
 
  private:
-  const VQString* owner_;
+  // Of a text that is likely to be ASCII throughout the host is asked about the first character alone.
+  // `write` puts all of it and answers its bytes, or url::notAscii: then, as when the first character is not
+  // ASCII,
+  // `*isFilled` stays false.
+  template <class Write>
+  VQStatus fillByFront(const VQChar* text, uint64_t elementCount, Write write, bool* isFilled) {
+    *isFilled = false;
+    if (text[0] >= 0x80) return 0;
+    if (!ensureTarget<NarrowKind>(service_, &narrow_, pool_)) return VQSTATUS_NO_MEMORY;
+    uint64_t length = 0;
+    const auto writeAll = [&](char* target, uint64_t room) {
+      length = write(target, room);
+      return length != url::notAscii;
+    };
+    const VQStatus status =
+        fillAscii<NarrowKind>(narrow_, service_, text, 1, elementCount, writeAll, isFilled);
+    if (*isFilled) endText<NarrowKind>(narrow_, length);
+    return status;
+  }
+
+  VQStringService* service_;
+  VQPool* pool_;
   VQNarrowString* narrow_ = nullptr;
 };
 
@@ -88,7 +112,7 @@ uint64_t escapeFront(VQString* string, uint64_t first) {
   Refill<WideKind> refill(string, newLength);
   if (!refill) return first;
   VQChar* target = refill.text();
-  if (target != string->text) copyElements(target, string->text, first);
+  if (target != string->text) moveMostlyShort(target, string->text, first);
   // The tail goes first: in the own storage the escaped front takes its place.
   moveElements(target + first + escapedCount, text + frontCount, tailCount);
   url::escapeToWide(utf8.text(), utf8.length(), target + first, escapedCount);
@@ -120,13 +144,8 @@ VQStatus escapeCharacter(VQString* string, int64_t* index, Utf8Form* utf8) {
   return 0;
 }
 
-}  // namespace
-
-VQStatus vqStringURLEncode(VQString* string) {
-  const auto length = static_cast<uint64_t>(string->length);
-  const uint64_t first = url::cleanLength(string->text, length);
-  if (first == length) return 0;
-  auto index = static_cast<int64_t>(escapeFront(string, first));
+// Escapes the characters from `index` on, one by one.
+[[gnu::noinline]] VQStatus escapeRest(VQString* string, int64_t index) {
   Utf8Form utf8(string);
   while (index < string->length) {
     if (url::isUnescaped(string->text[index])) {
@@ -138,39 +157,52 @@ VQStatus vqStringURLEncode(VQString* string) {
   return 0;
 }
 
-VQStatus vqU8StringURLEncode(VQU8String* string) {
-  const uint64_t length = string->length;
-  const char* text = string->text;
-  // A short text is measured at once: that tells too whether there is anything to escape.
-  constexpr uint64_t fewBytes = 64;
-  const uint64_t first = length <= fewBytes ? 0 : url::cleanLength(text, length);
-  const url::Measure measure = url::measure(text + first, length - first);
+// Escapes a string whose first `first` bytes need it not.
+inline VQStatus escapeFrom(VQU8String* string, uint64_t first) {
+  const uint64_t rest = string->length - first;
+  const char* source = string->text + first;
+  const url::Measure measure = url::measure(source, rest);
   if (measure.escapedBytes == 0) return 0;
-  const uint64_t restBytes = measure.length(length - first);
-  uint64_t newLength = 0;
-  if (__builtin_add_overflow(first, restBytes, &newLength)) return VQSTATUS_NO_MEMORY;
+  const uint64_t escapedCount = measure.length(rest), newLength = saturatedSum(first, escapedCount);
   Refill<U8Kind> refill(string, newLength);
   if (!refill) return VQSTATUS_NO_MEMORY;
   char* target = refill.text();
-  const char* source = text + first;
-  if (target == text) {
-    char* moved = target + newLength - (length - first);
-    moveElements(moved, source, length - first);
+  if (target == string->text) {
+    char* moved = target + newLength - rest;
+    moveElements(moved, source, rest);
     source = moved;
   } else {
-    copyElements(target, text, first);
+    copyElements(target, string->text, first);
   }
-  url::escape(source, length - first, measure.isRegular, target + first, restBytes);
+  url::escape(source, rest, measure.isRegular, target + first, escapedCount);
   refill.settle(newLength);
   return 0;
+}
+
+[[gnu::noinline]] VQStatus escapeLong(VQU8String* string) {
+  return escapeFrom(string, url::cleanLength(string->text, string->length));
+}
+
+}  // namespace
+
+VQStatus vqStringURLEncode(VQString* string) {
+  const auto length = static_cast<uint64_t>(string->length);
+  const uint64_t first = url::cleanLength(string->text, length);
+  if (first == length) return 0;
+  const auto done = static_cast<int64_t>(escapeFront(string, first));
+  return done >= string->length ? 0 : escapeRest(string, done);
+}
+
+VQStatus vqU8StringURLEncode(VQU8String* string) {
+  // A short text is measured at once: that tells too whether there is anything to escape.
+  constexpr uint64_t fewBytes = 64;
+  return string->length <= fewBytes ? escapeFrom(string, 0) : escapeLong(string);
 }
 
 VQStatus vqStringURLDecode(VQString* string) {
   if (string->length == 0) return 0;
   Utf8Form utf8(string);
-  const VQStatus status = utf8.fillLikelyAscii(string->text, static_cast<uint64_t>(string->length));
+  const VQStatus status = utf8.fillUnescaped(string->text, static_cast<uint64_t>(string->length));
   if (status != 0) return status;
-  const uint64_t byteCount = url::unescape(utf8.text(), utf8.length());
-  return vqStringEncode(string->service, &string, string->pool, utf8.text(), static_cast<int64_t>(byteCount),
-                        ENC_UTF8);
+  return encodeText(string->service, utf8.text(), utf8.length(), ENC_UTF8, string);
 }

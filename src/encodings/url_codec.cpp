@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "text/cpu.hpp"
+#include "utf/transcode.hpp"
 
 namespace vq::url {
 
@@ -30,18 +31,6 @@ uint64_t announcedLength(uint8_t first) {
 
 uint8_t byteAt(const char* text, uint64_t index) {
   return static_cast<uint8_t>(text[index]);
-}
-
-// The count by whole sequences, which any text has.
-uint64_t countSequences(const char* text, uint64_t byteCount) {
-  uint64_t escaped = 0;
-  for (uint64_t at = 0; at < byteCount;) {
-    const uint64_t announced = announcedLength(byteAt(text, at));
-    const uint64_t length = std::min(announced, byteCount - at);
-    if (announced > 1 || !isUnescaped(byteAt(text, at))) escaped += length;
-    at += length;
-  }
-  return escaped;
 }
 
 // Stores what stands for a byte.
@@ -70,7 +59,8 @@ void escapeRegular(const char* text, const char* end, Element* target, EscapeSte
   }
 }
 
-void escapeSequences(const char* text, const char* end, char* target) {
+[[gnu::noinline]] void escapeSequences(const char* text, uint64_t byteCount, char* target) {
+  const char* end = text + byteCount;
   while (text < end) {
     const auto first = static_cast<uint8_t>(*text);
     const uint64_t announced = announcedLength(first);
@@ -96,11 +86,22 @@ uint64_t cleanLength(const VQChar* text, uint64_t elementCount) {
   return cleanLengthOf(text, elementCount);
 }
 
+Measure measureSequences(const char* text, uint64_t byteCount) {
+  uint64_t escaped = 0;
+  for (uint64_t at = 0; at < byteCount;) {
+    const uint64_t announced = announcedLength(byteAt(text, at));
+    const uint64_t length = std::min(announced, byteCount - at);
+    if (announced > 1 || !isUnescaped(byteAt(text, at))) escaped += length;
+    at += length;
+  }
+  return {escaped, false};
+}
+
+// What follows in this file is told by AVX-512 alone where the machine has it. The other forms stay out of
+// line, so that a short text pays for no frame there.
 namespace {
 
-// Each byte judged by itself.
-Measure measureBytes(const char* text, uint64_t byteCount) {
-  if (cpu::hasAvx512()) return wide_vector::measure(text, byteCount);
+[[gnu::noinline]] Measure measureBytes(const char* text, uint64_t byteCount) {
   Measure sum;
   uint64_t at = 0;
   uint32_t reached = 0;
@@ -113,21 +114,12 @@ Measure measureBytes(const char* text, uint64_t byteCount) {
     reached >>= 1;
     if (byte >= 0xC0) reached |= (1u << (announcedLength(byte) - 1)) - 1;
   }
-  return sum;
+  return sum.isRegular ? sum : measureSequences(text, byteCount);
 }
 
-}  // namespace
-
-Measure measure(const char* text, uint64_t byteCount) {
-  Measure sum = measureBytes(text, byteCount);
-  if (!sum.isRegular) sum.escapedBytes = countSequences(text, byteCount);
-  return sum;
-}
-
-void escape(const char* text, uint64_t byteCount, bool isRegular, char* target, uint64_t targetLength) {
+[[gnu::noinline]] void escapeBytes(const char* text, uint64_t byteCount, char* target,
+                                   uint64_t targetLength) {
   const char* end = text + byteCount;
-  if (!isRegular) return escapeSequences(text, end, target);
-  if (cpu::hasAvx512()) return wide_vector::escape(text, byteCount, target);
   const char* targetEnd = target + targetLength;
   const bool isInPlace = end == targetEnd;
   escapeRegular(text, end, target, [=](const char** from, char** to) {
@@ -136,13 +128,30 @@ void escape(const char* text, uint64_t byteCount, bool isRegular, char* target, 
   });
 }
 
-void escapeToWide(const char* text, uint64_t byteCount, VQChar* target, uint64_t targetLength) {
-  if (cpu::hasAvx512()) return wide_vector::escapeToWide(text, byteCount, target, targetLength);
+[[gnu::noinline]] void escapeBytes(const char* text, uint64_t byteCount, VQChar* target,
+                                   uint64_t targetLength) {
   const char* end = text + byteCount;
   const VQChar* targetEnd = target + targetLength;
   escapeRegular(text, end, target, [=](const char** from, VQChar** to) {
     *from += vector::escape(*from, static_cast<uint64_t>(end - *from), to, targetEnd);
   });
+}
+
+}  // namespace
+
+Measure measure(const char* text, uint64_t byteCount) {
+  return cpu::hasAvx512() ? wide_vector::measure(text, byteCount) : measureBytes(text, byteCount);
+}
+
+void escape(const char* text, uint64_t byteCount, bool isRegular, char* target, uint64_t targetLength) {
+  if (!isRegular) return escapeSequences(text, byteCount, target);
+  if (cpu::hasAvx512()) return wide_vector::escape(text, byteCount, target);
+  return escapeBytes(text, byteCount, target, targetLength);
+}
+
+void escapeToWide(const char* text, uint64_t byteCount, VQChar* target, uint64_t targetLength) {
+  if (cpu::hasAvx512()) return wide_vector::escapeToWide(text, byteCount, target, targetLength);
+  return escapeBytes(text, byteCount, target, targetLength);
 }
 
 uint64_t unescape(char* text, uint64_t byteCount) {
@@ -169,6 +178,22 @@ uint64_t unescape(char* text, uint64_t byteCount) {
     }
   }
   return written;
+}
+
+uint64_t narrow(const VQChar* text, uint64_t elementCount, char* target, uint64_t room) {
+  const transcode::Result result =
+      transcode::wideToUtf8(text, elementCount, reinterpret_cast<uint8_t*>(target), room);
+  // A text that stops early has not become as many bytes.
+  return result.status == 0 && result.written == elementCount ? elementCount : notAscii;
+}
+
+uint64_t unescape(const VQChar* text, uint64_t elementCount, char* target, uint64_t room) {
+  if (cpu::hasAvx512()) {
+    const uint64_t length = wide_vector::unescape(text, elementCount, target, room);
+    if (length != notAscii) return length;
+  }
+  if (narrow(text, elementCount, target, room) == notAscii) return notAscii;
+  return unescape(target, elementCount);
 }
 
 }  // namespace vq::url

@@ -71,6 +71,13 @@ struct Measure {
   }
 };
 Measure measure(const char* text, uint64_t byteCount);
+// The same for a text that is known not to be regular: counted by whole sequences.
+Measure measureSequences(const char* text, uint64_t byteCount);
+
+// Writes a wide text that is ASCII throughout as bytes, to a target with room for all of its elements at
+// least. Answers `notAscii`, the target being anything, for another text, and else the number of bytes.
+inline constexpr uint64_t notAscii = UINT64_MAX;
+uint64_t narrow(const VQChar* text, uint64_t elementCount, char* target, uint64_t room);
 
 // Writes the escaped form of a text with its measure, `targetLength` elements. The source may be the end of
 // the target: what is written stays behind what is read.
@@ -81,6 +88,8 @@ void escapeToWide(const char* text, uint64_t byteCount, VQChar* target, uint64_t
 // Takes escapes out of a text in place and answers its new length. '+' becomes a blank. A '%' takes two bytes
 // as digits, or one at the end of the text; a byte that is no digit counts as -1.
 uint64_t unescape(char* text, uint64_t byteCount);
+// The same for a wide text, written as `narrow` does.
+uint64_t unescape(const VQChar* text, uint64_t elementCount, char* target, uint64_t room);
 
 // For processors with AVX2, 32 elements a step. Each goes on for as many whole steps as it can.
 namespace vector {
@@ -100,7 +109,7 @@ uint64_t escape(const char* text, uint64_t byteCount, VQChar** target, const VQC
 void unescape(char* text, uint64_t byteCount, uint64_t* at, uint64_t* written);
 }  // namespace vector
 
-// For processors with AVX-512, 64 elements a step. All of a text but for unescaping, which is as above.
+// For processors with AVX-512, 64 elements a step. All of a text but for unescaping bytes, which is as above.
 namespace wide_vector {
 uint64_t cleanLength(const char* text, uint64_t byteCount);
 uint64_t cleanLength(const VQChar* text, uint64_t elementCount);
@@ -108,6 +117,8 @@ Measure measure(const char* text, uint64_t byteCount);
 void escape(const char* text, uint64_t byteCount, char* target);
 void escapeToWide(const char* text, uint64_t byteCount, VQChar* target, uint64_t targetLength);
 void unescape(char* text, uint64_t byteCount, uint64_t* at, uint64_t* written);
+// A text that is ASCII, without a zero, each '%' having its digits; of any other, `notAscii`.
+uint64_t unescape(const VQChar* text, uint64_t elementCount, char* target, uint64_t room);
 }  // namespace wide_vector
 
 }  // namespace vq::url

@@ -97,9 +97,16 @@ VQ_INLINE_AVX512 Escaped escapeRun(__m512i bytes, uint64_t escaped, uint64_t fro
   return {_mm512_maskz_compress_epi8(_cvtu64_mask64(kept), all), countOf(kept)};
 }
 
-// `put` stores a number of the bytes that it is given.
+// For a text that is one run.
+VQ_INLINE_AVX512 Escaped escapeRun(const char* text, uint64_t byteCount) {
+  const __m512i bytes = loadShort(text, byteCount);
+  return escapeRun(bytes, topBits(escapeFlagsOf(bytes)), 0, byteCount);
+}
+
+// `put` stores a number of the bytes that it is given. Out of line, so that a short text pays for no frame.
 template <class Element, class Put>
-VQ_INLINE_AVX512 void escapeText(const char* text, uint64_t byteCount, Element* target, Put put) {
+[[gnu::noinline]] VQ_TARGET_AVX512 void escapeLong(const char* text, uint64_t byteCount, Element* target,
+                                                   Put put) {
   for (uint64_t at = 0; at < byteCount;) {
     const uint64_t left = byteCount - at;
     const uint64_t loaded = std::min(left, stepElements);
@@ -138,6 +145,44 @@ struct PutWidely {
   }
 };
 
+// ---- Measuring ----
+
+// The places that a sequence may reach behind its first byte: in a vector, and those behind it.
+struct Reach {
+  uint64_t within = 0;
+  uint64_t behind = 0;
+};
+// A byte from 0xC0 on reaches one place further, from 0xE0 two, from 0xF0, 0xF8 and 0xFC more. That some of
+// these bytes may stand inside a sequence themselves makes the reach too large, never too small.
+VQ_INLINE_AVX512 Reach reachOf(__m512i bytes) {
+  constexpr uint8_t firsts[5] = {0xC0, 0xE0, 0xF0, 0xF8, 0xFC};
+  Reach reach;
+  for (uint32_t i = 0; i < 5; ++i) {
+    const __m512i least = _mm512_set1_epi8(static_cast<char>(firsts[i]));
+    const uint64_t reaching = _cvtmask64_u64(_mm512_cmpge_epu8_mask(bytes, least));
+    if (reaching == 0) break;
+    reach.within |= reaching << (i + 1);
+    reach.behind |= reaching >> (63 - i);
+  }
+  return reach;
+}
+
+// More than one vector. Out of line, so that a short text does without its constants.
+[[gnu::noinline]] VQ_TARGET_AVX512 Measure measureLong(const char* text, uint64_t byteCount) {
+  uint64_t escapedBytes = 0, conflicts = 0;
+  Reach reach;
+  for (uint64_t at = 0; at < byteCount; at += stepElements) {
+    const uint64_t present = _cvtmask64_u64(lowBits(std::min(byteCount - at, stepElements)));
+    const __m512i bytes = load(text + at, _cvtu64_mask64(present));
+    const uint64_t escaped = topBits(escapeFlagsOf(bytes)) & present;
+    const uint64_t behind = reach.behind;
+    reach = topBits(bytes) == 0 ? Reach{} : reachOf(bytes);
+    escapedBytes += countOf(escaped);
+    conflicts |= present & ~escaped & (reach.within | behind);
+  }
+  return conflicts == 0 ? Measure{escapedBytes, true} : measureSequences(text, byteCount);
+}
+
 // ---- Unescaping ----
 
 // The values of digits, -1 for what is none.
@@ -163,6 +208,20 @@ VQ_INLINE_AVX512 __m512i unescaped(__m512i bytes, uint64_t signs, __m512i first,
   return _mm512_maskz_compress_epi8(_cvtu64_mask64(kept),
                                     _mm512_mask_mov_epi8(withBlanks(bytes), _cvtu64_mask64(signs), values));
 }
+
+// Up to a vector of elements.
+VQ_INLINE_AVX512 __m512i loadSome(const VQChar* text, uint64_t elementCount) {
+  if (elementCount >= stepElements) return load(text, allBits);
+  return elementCount == 0 ? _mm512_setzero_si512() : load(text, lowBits(elementCount));
+}
+
+VQ_INLINE_AVX512 void prefetchStep(const VQChar* text) {
+  for (uint64_t at = 0; at < stepElements; at += 16) _mm_prefetch(text + at, _MM_HINT_T0);
+}
+
+// Of two vectors, the bytes one further on and two.
+alignas(64) constexpr Places oneOn = placesBy([](int i) { return i + 1; });
+alignas(64) constexpr Places twoOn = placesBy([](int i) { return i + 2; });
 
 // Whole steps at fixed distances, so that none waits for the one before to be read. Digits behind a step are
 // left out of the next one. A whole vector is stored: what of it is too much lies in front of what is still
@@ -199,39 +258,27 @@ VQ_TARGET_AVX512 uint64_t cleanLength(const VQChar* text, uint64_t elementCount)
 }
 
 VQ_TARGET_AVX512 void escape(const char* text, uint64_t byteCount, char* target) {
-  escapeText(text, byteCount, target, PutExactly{});
+  if (byteCount > runBytes) return escapeLong(text, byteCount, target, PutExactly{});
+  const Escaped run = escapeRun(text, byteCount);
+  store(target, run.bytes, run.length);
 }
 
 VQ_TARGET_AVX512 void escapeToWide(const char* text, uint64_t byteCount, VQChar* target,
                                    uint64_t targetLength) {
-  escapeText(text, byteCount, target, PutWidely{target + targetLength});
+  if (byteCount > runBytes) return escapeLong(text, byteCount, target, PutWidely{target + targetLength});
+  const Escaped run = escapeRun(text, byteCount);
+  store(target, run.bytes, run.length);
 }
 
 VQ_TARGET_AVX512 Measure measure(const char* text, uint64_t byteCount) {
-  Measure sum;
-  uint64_t reached = 0, conflicts = 0;
-  for (uint64_t at = 0; at < byteCount; at += stepElements) {
-    const uint64_t present = _cvtmask64_u64(lowBits(std::min(byteCount - at, stepElements)));
-    const __m512i bytes = load(text + at, _cvtu64_mask64(present));
-    const uint64_t escaped = topBits(escapeFlagsOf(bytes)) & present;
-    const uint64_t clean = present & ~escaped;
-    sum.escapedBytes += countOf(escaped);
-    conflicts |= clean & reached;
-    reached = 0;
-    if (topBits(bytes) == 0) continue;
-    // A byte from 0xC0 on reaches one place further, from 0xE0 two, from 0xF0, 0xF8 and 0xFC more. That some
-    // of these bytes may stand inside a sequence themselves makes the reach too large, never too small.
-    constexpr uint8_t firsts[5] = {0xC0, 0xE0, 0xF0, 0xF8, 0xFC};
-    for (uint32_t i = 0; i < 5; ++i) {
-      const __m512i least = _mm512_set1_epi8(static_cast<char>(firsts[i]));
-      const uint64_t reaching = _cvtmask64_u64(_mm512_cmpge_epu8_mask(bytes, least));
-      if (reaching == 0) break;
-      conflicts |= clean & reaching << (i + 1);
-      reached |= reaching >> (63 - i);
-    }
+  if (byteCount > stepElements) return measureLong(text, byteCount);
+  const uint64_t present = _cvtmask64_u64(lowBits(byteCount));
+  const __m512i bytes = loadShort(text, byteCount);
+  const uint64_t escaped = topBits(escapeFlagsOf(bytes)) & present;
+  if (topBits(bytes) != 0 && (reachOf(bytes).within & present & ~escaped) != 0) {
+    return measureSequences(text, byteCount);
   }
-  sum.isRegular = conflicts == 0;
-  return sum;
+  return {countOf(escaped), true};
 }
 
 VQ_TARGET_AVX512 void unescape(char* text, uint64_t byteCount, uint64_t* at, uint64_t* written) {
@@ -255,6 +302,38 @@ VQ_TARGET_AVX512 void unescape(char* text, uint64_t byteCount, uint64_t* at, uin
     // Digits of the last two places stand behind the step.
     *at += loaded + (signs >> 62);
     *written += length;
+  }
+}
+
+VQ_TARGET_AVX512 uint64_t unescape(const VQChar* text, uint64_t elementCount, char* target, uint64_t room) {
+  // A text from memory comes at two thirds of the time when its lines are asked for a page ahead: where a
+  // page ends, the processor does not see by itself what follows.
+  constexpr uint64_t ahead = 1024;
+  uint64_t written = 0, behind = 0, left = elementCount;
+  __m512i bytes = loadSome(text, left);
+  for (;;) {
+    const uint64_t present = _cvtmask64_u64(lowBits(std::min(left, stepElements)));
+    left -= std::min(left, stepElements);
+    text += stepElements;
+    if (left > ahead) prefetchStep(text + ahead);
+    const __m512i following = loadSome(text, left);
+    // What is no byte, or none of ASCII, has been made 0 or negative. A character 0 is left to others too.
+    const uint64_t ascii = _cvtmask64_u64(_mm512_cmpgt_epi8_mask(bytes, _mm512_setzero_si512()));
+    const uint64_t signs = placesOf(bytes, '%');
+    const uint64_t taken = signs << 1 | signs << 2 | behind;
+    if (ascii != present || (taken & (signs | ~present)) != 0) return notAscii;
+    const uint64_t kept = present & ~taken;
+    __m512i made = withBlanks(bytes);
+    if ((signs | behind) != 0) {
+      const __m512i first = _mm512_permutex2var_epi8(bytes, tableOf(oneOn.data()), following);
+      const __m512i second = _mm512_permutex2var_epi8(bytes, tableOf(twoOn.data()), following);
+      made = unescaped(bytes, signs, first, second, kept);
+    }
+    storeShort(target + written, made, countOf(kept), room - written);
+    written += countOf(kept);
+    behind = signs >> 62 | signs >> 63;
+    if (left == 0) return behind == 0 ? written : notAscii;
+    bytes = following;
   }
 }
 

@@ -9,6 +9,7 @@ namespace vq::transcode::avx512 {
 
 namespace {
 
+using vq::avx512::loadShort;
 using vq::avx512::lowBits;
 
 VQ_TARGET_AVX512 inline size_t continuationsOf(__m512i bytes) {
@@ -24,6 +25,16 @@ VQ_TARGET_AVX512 inline __m512i furtherBytesOf(__m512i c) {
   return _mm512_permutex2var_epi32(upTo15, zeros, from16);
 }
 
+VQ_TARGET_AVX512 inline size_t countAbove(__m512i c, int limit) {
+  return static_cast<size_t>(std::popcount(_mm512_cmpgt_epu32_mask(c, _mm512_set1_epi32(limit))));
+}
+
+// Up to sixteen elements: without a sum over lanes.
+VQ_TARGET_AVX512 inline size_t lengthOfFew(const VQChar* source, size_t elementCount) {
+  const __m512i c = _mm512_maskz_loadu_epi32(static_cast<__mmask16>(lowBits(elementCount)), source);
+  return elementCount + countAbove(c, 0x7F) + countAbove(c, 0x7FF) + countAbove(c, 0xFFFF);
+}
+
 }  // namespace
 
 VQ_TARGET_AVX512 size_t wideLengthOfUtf8(const uint8_t* source, size_t byteCount) {
@@ -34,14 +45,14 @@ VQ_TARGET_AVX512 size_t wideLengthOfUtf8(const uint8_t* source, size_t byteCount
     continuations += continuationsOf(_mm512_loadu_si512(source + at));
   }
   if (at < byteCount) {
-    const uint64_t rest = lowBits(byteCount - at);
-    continuations += continuationsOf(_mm512_maskz_loadu_epi8(rest, source + at));
+    continuations += continuationsOf(loadShort(source + at, byteCount - at));
   }
   return byteCount - continuations;
 }
 
 VQ_TARGET_AVX512 size_t utf8LengthOfWide(const VQChar* source, size_t elementCount) {
   constexpr size_t stride = 16;
+  if (elementCount <= stride) return lengthOfFew(source, elementCount);
   // Each round adds up to three to a lane.
   constexpr size_t mostRounds = size_t{1} << 29;
   size_t furtherBytes = 0;

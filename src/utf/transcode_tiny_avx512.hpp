@@ -20,6 +20,7 @@ inline constexpr size_t vectorBytes = 64;
 inline constexpr size_t notMade = SIZE_MAX;
 
 using vq::avx512::lowBits;
+using vq::avx512::storeShort;
 
 // The sums of the markers of the bytes of a character of two, three and four.
 inline constexpr uint32_t markers2 = (0xC0 << 6) + 0x80;
@@ -113,13 +114,8 @@ VQ_TARGET_AVX512 inline bool isBelow(__m512i values, uint32_t powerOfTwo) {
 VQ_TARGET_AVX512 inline size_t storeChosen(__m512i bytes, uint64_t chosen, uint8_t* target, size_t room) {
   const auto count = static_cast<size_t>(std::popcount(chosen));
   const __m512i together = _mm512_maskz_compress_epi8(chosen, bytes);
-  if (room >= vectorBytes) {
-    _mm512_storeu_si512(target, together);
-  } else if (room >= count) {
-    _mm512_mask_storeu_epi8(target, lowBits(count), together);
-  } else {
-    return notMade;
-  }
+  if (room < count) return notMade;
+  storeShort(target, together, count, room);
   return count;
 }
 
@@ -159,7 +155,7 @@ VQ_TARGET_AVX512 inline size_t encodeTiny(const VQChar* source, size_t elementCo
   const auto present = static_cast<__mmask16>(lowBits(elementCount));
   const __m512i all = _mm512_maskz_loadu_epi32(present, source);
   if (elementCount <= capacity && isBelow(all, 0x80)) {
-    _mm_mask_storeu_epi8(target, present, _mm512_cvtepi32_epi8(all));
+    storeShort(target, _mm512_castsi128_si512(_mm512_cvtepi32_epi8(all)), elementCount, capacity);
     return elementCount;
   }
   return encodeGroup<4>(all, elementCount, target, capacity);

@@ -1,6 +1,7 @@
 // Percent escapes: both kinds of string in every form of storage against the rules byte by byte.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <string>
 #include <vector>
@@ -207,6 +208,21 @@ TEST_F(UrlEscapes, BrokenUtf8IsEscapedWithinTheText) {
   });
 }
 
+// One first byte in a text that needs no other escape, at every place of a step.
+TEST_F(UrlEscapes, ALoneFirstByteTakesWhatItAnnounces) {
+  test::atEveryLevel([&] {
+    for (const char first : {'\xC3', '\xE2', '\xF0', '\xF9', '\xFD'}) {
+      for (size_t place = 0; place < 150; ++place) {
+        std::string text(150, 'a');
+        text[place] = first;
+        const std::string tail = text.substr(place - place % 2);
+        ASSERT_EQ(vq::url::measure(text.data(), text.size()).length(text.size()), naiveEscaped(text).size());
+        ASSERT_EQ(encoded(tail), naiveEscaped(tail));
+      }
+    }
+  });
+}
+
 TEST_F(UrlEscapes, UnescapingTakesWhatItFinds) {
   const struct {
     const char* text;
@@ -244,10 +260,22 @@ TEST_F(UrlEscapes, UnescapingTakesWhatItFinds) {
       }
       text.append(random() % 40, 'y');
       if (random() % 2) text += '%';
+      if (random() % 4 != 0) {
+        for (char& c : text) c &= 0x7F;
+      }
       const std::string expected = naiveUnescaped(text);
       const test::GuardedBuffer<char> buffer{std::span<const char>(text)};
       const uint64_t length = vq::url::unescape(buffer.data(), text.size());
       ASSERT_EQ(std::string(buffer.data(), length), expected) << text;
+      // The same on the way from wide text, into exact room or more.
+      const bool isAscii = std::none_of(text.begin(), text.end(), [](char c) { return c < 0; });
+      const test::GuardedBuffer<char32_t> wide{std::span<const char32_t>(widened(text))};
+      const test::GuardedBuffer<char> target(text.size() + random() % 3 * 40);
+      const uint64_t made = vq::url::unescape(wide.data(), wide.size(), target.data(), target.size());
+      ASSERT_EQ(made, isAscii ? expected.size() : vq::url::notAscii) << text;
+      if (isAscii) {
+        ASSERT_EQ(std::string(target.data(), made), expected) << text;
+      }
     }
   });
 }

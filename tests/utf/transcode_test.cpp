@@ -245,6 +245,19 @@ TEST(Utf16Lengths, BackFromEveryPosition) {
   });
 }
 
+// The last and the first value of each size, in texts around a vector's length.
+TEST(Lengths, SizesChangeWhereTheyShould) {
+  test::underEveryLevel([] {
+    for (const size_t count : {1u, 15u, 16u, 17u, 40u}) {
+      for (const auto& [first, size] : {std::pair<VQChar, size_t>{0x80, 2}, {0x800, 3}, {0x10000, 4}}) {
+        const std::u32string below(count, first - 1), from(count, first);
+        EXPECT_EQ(vq::transcode::utf8LengthOfWide(below.data(), count), count * (size - 1));
+        EXPECT_EQ(vq::transcode::utf8LengthOfWide(from.data(), count), count * size);
+      }
+    }
+  });
+}
+
 TEST(Lengths, SumsBeyondOneAccumulator) {
   // More than 255 blocks, so that accumulators of a byte must have been emptied in between.
   test::underEveryLevel([] {
