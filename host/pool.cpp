@@ -107,6 +107,7 @@ struct Pool::ThreadTable {
   static ThreadCache* cacheOf(uint64_t poolId) {
     const Entry& entry = entryOf(poolId);
     if (entry.poolId != poolId) return nullptr;
+    // No entry has a number without a cache; callers need not look again.
     if (entry.cache == nullptr) __builtin_unreachable();
     return entry.cache;
   }

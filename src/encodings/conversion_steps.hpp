@@ -82,8 +82,8 @@ struct Utf8Pair<NarrowKind> {
 // stand for themselves in UTF-8 and in wide text, so the host is asked for the front alone, in the steps of a
 // conversion: what fails, fails there. `write` then puts all `length` elements to its first argument, which
 // has room for as many as the second says, or answers false when they are not ASCII after all. Then, and
-// where the host converts nothing or not one by one,
-// `*isFilled` stays false: the whole text is for the host to convert.
+// where the host converts nothing or not one by one, `*isFilled` stays false: the whole text is for the host
+// to convert.
 template <class Kind, class Write>
 VQStatus fillAscii(RecordOf<Kind>* string, VQStringService* service,
                    const typename Utf8Pair<Kind>::Source* front, uint64_t frontLength, uint64_t length,

@@ -27,6 +27,7 @@ class Utf8Form {
   VQStatus fill(const VQChar* text, uint64_t elementCount) {
     return decodeText(service_, text, elementCount, ENC_UTF8, &narrow_, pool_);
   }
+  // The same where the text is likely to be ASCII throughout.
   VQStatus fillLikelyAscii(const VQChar* text, uint64_t elementCount) {
     bool isFilled = false;
     const VQStatus status = fillByFront(
@@ -52,9 +53,8 @@ class Utf8Form {
 
  private:
   // Of a text that is likely to be ASCII throughout the host is asked about the first character alone.
-  // `write` puts all of it and answers its bytes, or url::notAscii: then, as when the first character is not
-  // ASCII,
-  // `*isFilled` stays false.
+  // `write` puts all of it and answers its bytes, or url::notAscii: then `*isFilled` stays false, as it does
+  // when the first character is not ASCII.
   template <class Write>
   VQStatus fillByFront(const VQChar* text, uint64_t elementCount, Write write, bool* isFilled) {
     *isFilled = false;
