@@ -31,10 +31,12 @@ Translated translate(Translator translator, const char* source, size_t size, siz
   return first;
 }
 
-// Sequences from 0xF4 0x90 up are carried over, and a pair of surrogates has no room for their values.
+// Sequences of four bytes from 0xF4 0x90 up are carried over, those from 0xF5 on behind a lone surrogate,
+// where nothing is tested; and a pair of surrogates has no room for their values.
 bool hasValueBeyondPairs(const char* bytes, size_t size) {
   for (size_t i = 0; i + 1 < size; ++i) {
-    if (static_cast<uint8_t>(bytes[i]) == 0xF4 && static_cast<uint8_t>(bytes[i + 1]) >= 0x90) return true;
+    const auto first = static_cast<uint8_t>(bytes[i]), second = static_cast<uint8_t>(bytes[i + 1]);
+    if (first == 0xF4 ? second >= 0x90 : first > 0xF4 && first < 0xF8) return true;
   }
   return false;
 }
