@@ -33,11 +33,13 @@ VQ_TARGET_AVX512 inline __m512i splat8() {
   asm("vpbroadcastd %1, %0" : "=v"(lanes) : "m"(vq::detail::splatted<byte * 0x1010101u>));
   return lanes;
 }
-VQ_TARGET_AVX512 inline __m512i loadBlock(const uint8_t* at) {
+// Loads are part of the function that asks for them, whatever the compiler makes of the rest: one that may
+// look behind the end of a text says so for them too.
+VQ_INLINE_AVX512 __m512i loadBlock(const uint8_t* at) {
   return _mm512_loadu_si512(at);
 }
 // The bytes of `valid`; the others count as zeros and are not touched.
-VQ_TARGET_AVX512 inline __m512i loadSome(const uint8_t* at, uint64_t valid) {
+VQ_INLINE_AVX512 __m512i loadSome(const uint8_t* at, uint64_t valid) {
   return _mm512_maskz_loadu_epi8(valid, at);
 }
 
@@ -47,10 +49,10 @@ struct Before {
   __m512i two;
   __m512i three;
 };
-VQ_TARGET_AVX512 inline Before beforeBlock(const uint8_t* at) {
+VQ_INLINE_AVX512 Before beforeBlock(const uint8_t* at) {
   return {loadBlock(at - 1), loadBlock(at - 2), loadBlock(at - 3)};
 }
-VQ_TARGET_AVX512 inline Before beforeSome(const uint8_t* at, uint64_t valid) {
+VQ_INLINE_AVX512 Before beforeSome(const uint8_t* at, uint64_t valid) {
   return {loadSome(at - 1, valid), loadSome(at - 2, valid), loadSome(at - 3, valid)};
 }
 // At the start of a text zeros stand before it.
@@ -102,7 +104,7 @@ VQ_TARGET_AVX512 inline __m512i findMisplaced(__m512i here, const Before& before
 }
 
 // The bytes in front of `end` that begin a character and do not finish it; `available` bytes are there.
-inline size_t unfinishedBytes(const uint8_t* end, size_t available) {
+__attribute__((always_inline)) inline size_t unfinishedBytes(const uint8_t* end, size_t available) {
   if (available > 0 && end[-1] >= 0xC0) return 1;
   if (available > 1 && end[-2] >= 0xE0) return 2;
   return available > 2 && end[-3] >= 0xF0 ? 3 : 0;
@@ -110,7 +112,7 @@ inline size_t unfinishedBytes(const uint8_t* end, size_t available) {
 
 // The same where all in front of `end` is regular: then one byte at most announces more, and no branch has to
 // be guessed. Texts often end a block within a character.
-inline size_t unfinishedOfRegular(const uint8_t* end, size_t available) {
+__attribute__((always_inline)) inline size_t unfinishedOfRegular(const uint8_t* end, size_t available) {
   if (available < 3) return unfinishedBytes(end, available);
   return size_t{end[-1] >= 0xC0} + 2 * size_t{end[-2] >= 0xE0} + 3 * size_t{end[-3] >= 0xF0};
 }

@@ -84,8 +84,8 @@ struct CharacterEnd {
     const uint64_t left = characterCount - regular.characterCount;
     return left == 0 ? 0 : left - 1;
   }
-  VQ_TARGET_AVX512 bool find(__m512i, const BlockMasks& masks, const Regular& regular,
-                             uint64_t& valid) const {
+  VQ_READS_IN_PAGE VQ_TARGET_AVX512 bool find(__m512i, const BlockMasks& masks, const Regular& regular,
+                                              uint64_t& valid) const {
     const uint64_t starts = valid & ~masks.continuations;
     const uint64_t left = characterCount - regular.characterCount;
     const size_t here = countBits(starts);
@@ -104,7 +104,7 @@ struct CharacterEnd {
 VQ_READS_IN_PAGE VQ_TARGET_AVX512 inline void addAsciiInFrontOfZero(const uint8_t* at, Regular& regular) {
   if (unfinishedBytes(at, mostBefore) != 0) return;
   // Only ASCII is above zero as signed numbers.
-  const auto isAscii = [](const uint8_t* block) VQ_TARGET_AVX512 {
+  const auto isAscii = [](const uint8_t* block) VQ_READS_IN_PAGE VQ_TARGET_AVX512 {
     return _mm512_cmpgt_epi8_mask(loadBlock(block), _mm512_setzero_si512()) == UINT64_MAX;
   };
   for (; isAscii(at); at += blockBytes) {
@@ -217,7 +217,7 @@ VQ_READS_IN_PAGE VQ_TARGET_AVX512 inline const uint8_t* endOfAscii(const uint8_t
   const size_t skipped = reinterpret_cast<uintptr_t>(text) % blockBytes;
   const uint8_t* at = text - skipped;
   // Only ASCII is above zero as signed numbers.
-  const auto others = [](const uint8_t* block) VQ_TARGET_AVX512 {
+  const auto others = [](const uint8_t* block) VQ_READS_IN_PAGE VQ_TARGET_AVX512 {
     return ~numberOf(_mm512_cmpgt_epi8_mask(loadBlock(block), _mm512_setzero_si512()));
   };
   uint64_t found = others(at) & ~lowBits(skipped);
