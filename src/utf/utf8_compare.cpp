@@ -63,8 +63,8 @@ class Remembered {
 // Two texts walked side by side, each with its own place.
 struct Pair {
   const uint8_t* first;
-  const uint8_t* second;
   size_t firstLeft;
+  const uint8_t* second;
   size_t secondLeft;
 
   void advance(size_t inFirst, size_t inSecond) {
@@ -234,11 +234,6 @@ inline int32_t compareByWords(const char* first, const char* second, size_t byte
   return __builtin_bswap64(a) < __builtin_bswap64(b) ? -1 : 1;
 }
 
-// Whether two texts of 8 to 16 bytes are the same; others are not looked at.
-inline bool areSameWords(const char* first, uint64_t firstBytes, const char* second, uint64_t secondBytes) {
-  return firstBytes == secondBytes && firstBytes - 8 <= 8 && compareByWords(first, second, firstBytes) == 0;
-}
-
 inline int32_t compareBytes(const char* first, const char* second, size_t byteCount) {
   return byteCount - 8 <= 8 ? compareByWords(first, second, byteCount) : mhMemCmp(first, second, byteCount);
 }
@@ -265,12 +260,26 @@ int32_t vqzsu8CompareText(const char* first, uint64_t firstBytes, const char* se
 
 namespace {
 
+// The bytes at the beginning of two texts that are the same and that a case-blind walk need not see: all of
+// both texts, or up to a place where a character begins in any case.
+constexpr size_t wholeTexts = SIZE_MAX;
+
+inline size_t sameFront(const char* first, uint64_t firstBytes, const char* second, uint64_t secondBytes) {
+  // What a walk passes over as fast.
+  constexpr size_t little = 16;
+  const size_t same =
+      vq::text::firstDifference(bytesOf(first), bytesOf(second), std::min(firstBytes, secondBytes));
+  if (same == firstBytes && same == secondBytes) return wholeTexts;
+  return same <= little ? 0 : boundaryBefore(bytesOf(first), same);
+}
+
 // The walk of the case-blind comparison: `tie` is what decides when nothing but case differs.
 class NormWalk {
  public:
-  NormWalk(const char* first, uint64_t firstBytes, const char* second, uint64_t secondBytes)
-      : at_{bytesOf(first), bytesOf(second), firstBytes, secondBytes},
-        span_(std::min(firstBytes, secondBytes)) {}
+  // The first `same` bytes of both texts have been passed over.
+  NormWalk(const char* first, uint64_t firstBytes, const char* second, uint64_t secondBytes, size_t same)
+      : at_{bytesOf(first) + same, firstBytes - same, bytesOf(second) + same, secondBytes - same},
+        span_(std::min(firstBytes, secondBytes) - same) {}
 
   int32_t run() {
     if (skips_.isDue(reach())) {
@@ -374,8 +383,8 @@ class NormWalk {
 // The walk that asks for equality alone.
 class EqualWalk {
  public:
-  EqualWalk(const char* first, uint64_t firstBytes, const char* second, uint64_t secondBytes)
-      : at_{bytesOf(first), bytesOf(second), firstBytes, secondBytes} {}
+  EqualWalk(const char* first, uint64_t firstBytes, const char* second, uint64_t secondBytes, size_t same)
+      : at_{bytesOf(first) + same, firstBytes - same, bytesOf(second) + same, secondBytes - same} {}
 
   bool run() {
     if (skips_.isDue(reach()) && skip().order != 0) return false;
@@ -435,8 +444,8 @@ class EqualWalk {
 }  // namespace
 
 int32_t vqzsu8NormCompare(const char* first, uint64_t firstBytes, const char* second, uint64_t secondBytes) {
-  if (areSameWords(first, firstBytes, second, secondBytes)) return 0;
-  return NormWalk(first, firstBytes, second, secondBytes).run();
+  const size_t same = sameFront(first, firstBytes, second, secondBytes);
+  return same == wholeTexts ? 0 : NormWalk(first, firstBytes, second, secondBytes, same).run();
 }
 
 int32_t vqzsu8NormCompareText(const char* first, uint64_t firstBytes, const char* second,
@@ -445,8 +454,8 @@ int32_t vqzsu8NormCompareText(const char* first, uint64_t firstBytes, const char
 }
 
 uint32_t vqzsu8NormEqual(const char* first, uint64_t firstBytes, const char* second, uint64_t secondBytes) {
-  if (areSameWords(first, firstBytes, second, secondBytes)) return 1;
-  return EqualWalk(first, firstBytes, second, secondBytes).run();
+  const size_t same = sameFront(first, firstBytes, second, secondBytes);
+  return same == wholeTexts || EqualWalk(first, firstBytes, second, secondBytes, same).run();
 }
 
 uint32_t vqzsu8NormEqualText(const char* first, uint64_t firstBytes, const char* second, uint64_t secondBytes,
