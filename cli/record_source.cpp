@@ -65,13 +65,31 @@ RecordFormat recordFormat(Session& session, uint32_t encoding, bool isNulSeparat
   return format;
 }
 
-uint64_t countSeparators(std::string_view bytes, const RecordFormat& format) {
-  const size_t width = format.separator.size();
-  if (width == 1) return static_cast<uint64_t>(std::ranges::count(bytes, format.separator[0]));
+namespace {
+
+template <class Unit>
+uint64_t countUnits(std::string_view bytes, const std::string& wanted) {
+  Unit unit, sought;
+  std::memcpy(&sought, wanted.data(), sizeof sought);
   uint64_t count = 0;
-  for (size_t at = 0; at + width <= bytes.size(); at += width)
-    count += std::memcmp(bytes.data() + at, format.separator.data(), width) == 0;
+  for (size_t at = 0; at + sizeof unit <= bytes.size(); at += sizeof unit) {
+    std::memcpy(&unit, bytes.data() + at, sizeof unit);
+    count += unit == sought;
+  }
   return count;
+}
+
+}  // namespace
+
+uint64_t countSeparators(std::string_view bytes, const RecordFormat& format) {
+  switch (format.separator.size()) {
+    case 1:
+      return countUnits<char>(bytes, format.separator);
+    case 2:
+      return countUnits<uint16_t>(bytes, format.separator);
+    default:
+      return countUnits<uint32_t>(bytes, format.separator);
+  }
 }
 
 RecordSource::RecordSource(std::vector<std::string> files, RecordFormat format)

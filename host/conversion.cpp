@@ -1,4 +1,5 @@
-// The two halves of a conversion and the loop that runs them in turn.
+// The two halves of a conversion and the loop that runs them in turn; between UTF-8 and wide text the kernels
+// of the library do both at once, as far as the text is well-formed.
 #include "host/conversion.hpp"
 
 #include <unicode/utf16.h>
@@ -39,27 +40,33 @@ size_t illFormedLength(const uint8_t* bytes, size_t byteCount) {
   return length;
 }
 
-size_t encodeUtf8(UChar32 c, uint8_t* out) {
-  if (c < 0x80) {
-    out[0] = static_cast<uint8_t>(c);
-    return 1;
+struct Widened {
+  size_t unitCount;
+  size_t elementCount;
+};
+
+// Puts units together to characters, up to the first half of a pair that stands alone.
+Widened widen(const char16_t* units, size_t unitCount, VQChar* elements) {
+  constexpr size_t block = 16;
+  size_t at = 0, made = 0;
+  while (at < unitCount) {
+    const size_t stop = std::min(unitCount, at + block);
+    bool hasHalves = false;
+    for (size_t i = at; i < stop; ++i) hasHalves |= U16_IS_SURROGATE(units[i]);
+    if (!hasHalves) {
+      made = static_cast<size_t>(std::copy(units + at, units + stop, elements + made) - elements);
+      at = stop;
+    }
+    while (at < stop) {
+      size_t next = at;
+      UChar32 c = 0;
+      U16_NEXT(units, next, unitCount, c);
+      if (U16_IS_SURROGATE(c)) return {at, made};
+      elements[made++] = static_cast<VQChar>(c);
+      at = next;
+    }
   }
-  if (c < 0x800) {
-    out[0] = static_cast<uint8_t>(0xC0 | c >> 6);
-    out[1] = static_cast<uint8_t>(0x80 | (c & 0x3F));
-    return 2;
-  }
-  if (c < 0x10000) {
-    out[0] = static_cast<uint8_t>(0xE0 | c >> 12);
-    out[1] = static_cast<uint8_t>(0x80 | (c >> 6 & 0x3F));
-    out[2] = static_cast<uint8_t>(0x80 | (c & 0x3F));
-    return 3;
-  }
-  out[0] = static_cast<uint8_t>(0xF0 | c >> 18);
-  out[1] = static_cast<uint8_t>(0x80 | (c >> 12 & 0x3F));
-  out[2] = static_cast<uint8_t>(0x80 | (c >> 6 & 0x3F));
-  out[3] = static_cast<uint8_t>(0x80 | (c & 0x3F));
-  return 4;
+  return {at, made};
 }
 
 }  // namespace
@@ -89,6 +96,7 @@ VQStatus Conversion::run(Input& input, Output& output) {
       reported_ = std::exchange(found_, {});
       return reported_.status;
     }
+    if (isDirect(source_) && isDirect(target_) && carriedCount_ == 0) convertDirectly(input, output);
     if (input.size() == 0 && !input.isFinal) return 0;
     if (isDrained_) return encodeEnd(output);
     decode(input);
@@ -98,11 +106,11 @@ VQStatus Conversion::run(Input& input, Output& output) {
 size_t Conversion::substitute(uint8_t* target, size_t capacity) noexcept {
   if (capacity < substituteRoom) return 0;
   constexpr UChar candidates[] = {0xFFFD, u'?'};
-  if (target_ == ENC_UTF8) return encodeUtf8(candidates[0], target);
-  if (target_ == ENC_WIDE) {
+  if (isDirect(target_)) {
     const VQChar replacement = candidates[0];
-    std::memcpy(target, &replacement, sizeof(VQChar));
-    return sizeof(VQChar);
+    Output output{target, target + capacity};
+    putElements(&replacement, 1, output);
+    return capacity - output.room();
   }
   for (const UChar& candidate : candidates) {
     auto* to = reinterpret_cast<char*>(target);
@@ -112,6 +120,41 @@ size_t Conversion::substitute(uint8_t* target, size_t capacity) noexcept {
     if (U_SUCCESS(error)) return static_cast<size_t>(to - reinterpret_cast<char*>(target));
   }
   return 0;
+}
+
+// ---- from the source to the target at once ----
+
+void Conversion::convertDirectly(Input& input, Output& output) {
+  for (;;) {
+    const Progress moved = convertRun(input, output);
+    if (moved.consumed == 0) return;
+    input.at += moved.consumed;
+    output.at += moved.written;
+    position_ += moved.consumed;
+  }
+}
+
+Conversion::Progress Conversion::convertRun(const Input& input, const Output& output) const {
+  // Elements may lie anywhere in a stream of bytes.
+  alignas(64) VQChar elements[unitCapacity];
+  if (source_ == ENC_UTF8 && target_ == ENC_WIDE) {
+    const size_t room = std::min(output.room() / sizeof(VQChar), std::size(elements));
+    const transcode::Result made = transcode::utf8ToWide(input.at, input.size(), elements, room);
+    std::memcpy(output.at, elements, made.written * sizeof(VQChar));
+    return {made.consumed, made.written * sizeof(VQChar)};
+  }
+  if (source_ == ENC_UTF8) {
+    // The same bytes, once they are known to be text.
+    const size_t byteCount = std::min(input.size(), output.room());
+    const size_t length = transcode::utf8ToWide(input.at, byteCount, elements, std::size(elements)).consumed;
+    std::memcpy(output.at, input.at, length);
+    return {length, length};
+  }
+  if (target_ == ENC_WIDE) return {0, 0};
+  const size_t count = std::min(input.size() / sizeof(VQChar), std::size(elements));
+  std::memcpy(elements, input.at, count * sizeof(VQChar));
+  const transcode::Result made = transcode::wideToUtf8(elements, count, output.at, output.room());
+  return {made.consumed * sizeof(VQChar), made.written};
 }
 
 // ---- from the source to units ----
@@ -282,29 +325,30 @@ VQStatus Conversion::encodeEnd(Output& output) {
   return status;
 }
 
-VQStatus Conversion::encodeDirectly(Output& output, const char16_t* end) {
-  const size_t last = static_cast<size_t>(end - units_);
-  while (begin_ < last) {
-    size_t next = begin_;
-    UChar32 c = 0;
-    U16_NEXT(units_, next, last, c);
-    if (U16_IS_SURROGATE(c)) {
-      const size_t bad = begin_;
-      begin_ = next;
-      return reportUnits(bad, next - bad);
-    }
-    uint8_t bytes[4];
-    size_t length = sizeof(VQChar);
-    if (target_ == ENC_UTF8) {
-      length = encodeUtf8(c, bytes);
-    } else {
-      std::memcpy(bytes, &c, sizeof(VQChar));
-    }
-    if (output.room() < length) return VQSTATUS_TARGET_FULL;
-    output.at = std::copy_n(bytes, length, output.at);
-    begin_ = next;
+size_t Conversion::putElements(const VQChar* elements, size_t count, Output& output) const {
+  if (target_ == ENC_UTF8) {
+    const transcode::Result made = transcode::wideToUtf8(elements, count, output.at, output.room());
+    output.at += made.written;
+    return made.consumed;
   }
-  return 0;
+  const size_t put = std::min(count, output.room() / sizeof(VQChar));
+  std::memcpy(output.at, elements, put * sizeof(VQChar));
+  output.at += put * sizeof(VQChar);
+  return put;
+}
+
+VQStatus Conversion::encodeDirectly(Output& output, const char16_t* end) {
+  alignas(64) VQChar elements[unitCapacity];
+  const auto last = static_cast<size_t>(end - units_);
+  const Widened wide = widen(units_ + begin_, last - begin_, elements);
+  const size_t put = putElements(elements, wide.elementCount, output);
+  if (put < wide.elementCount) {
+    begin_ += put + static_cast<size_t>(
+                        std::count_if(elements, elements + put, [](VQChar c) { return c > 0xFFFF; }));
+    return VQSTATUS_TARGET_FULL;
+  }
+  begin_ += wide.unitCount;
+  return begin_ < last ? reportUnits(begin_++, 1) : 0;
 }
 
 VQStatus Conversion::encodeByIcu(Output& output, const char16_t* end, bool isFlush) {

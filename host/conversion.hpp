@@ -1,8 +1,9 @@
 // One conversion between two encodings, fed piece by piece.
 //
 // The pivot is UTF-16, which is what ICU's converters speak: a decoder fills a small buffer of units, an
-// encoder empties it. UTF-8 and wide text have legs of their own on both sides. Every unit can be traced back
-// to the source byte that its character began at, so that what cannot be converted is reported by its place.
+// encoder empties it. UTF-8 and wide text have legs of their own on both sides, and between the two nothing
+// but what is broken or cut takes the way over units. Every unit can be traced back to the source byte that
+// its character began at, so that what cannot be converted is reported by its place.
 #pragma once
 
 #include <cstddef>
@@ -57,7 +58,17 @@ class Conversion {
     size_t room() const { return static_cast<size_t>(end - at); }
   };
 
+  struct Progress {
+    size_t consumed;
+    size_t written;
+  };
+
   VQStatus run(Input& input, Output& output);
+
+  // Between texts that both have legs of their own, with no unit waiting: stops in front of what is not
+  // well-formed, not whole or without room, which goes by way of the units.
+  void convertDirectly(Input& input, Output& output);
+  Progress convertRun(const Input& input, const Output& output) const;
 
   // Each fills the units; `isDrained_` tells that a final piece has come to its end.
   void decode(Input& input);
@@ -72,6 +83,8 @@ class Conversion {
   VQStatus encodeEnd(Output& output);
   VQStatus encodeByIcu(Output& output, const char16_t* end, bool isFlush);
   VQStatus encodeDirectly(Output& output, const char16_t* end);
+  // Puts scalar values as far as there is room, to UTF-8 or wide text, and answers how many.
+  size_t putElements(const VQChar* elements, size_t count, Output& output) const;
   VQStatus reportUnits(size_t unit, size_t unitCount);
   uint64_t sourceOffset(size_t unit) const;
 

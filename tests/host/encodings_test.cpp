@@ -267,12 +267,15 @@ class Stream : public Encodings {
       const size_t end = at + piece;
       isFinal = end == text.size();
       for (;;) {
-        char buffer[24];
-        const size_t room = random == nullptr ? sizeof(buffer) : 4 + (*random)() % 20;
+        constexpr size_t mostRoom = 24;
+        char buffer[2 * mostRoom];
+        std::fill(std::begin(buffer), std::end(buffer), '.');
+        const size_t room = random == nullptr ? mostRoom : 4 + (*random)() % (mostRoom - 4);
         VQHostProgress progress;
         const VQStatus status = vqhostConverterPush(converter, text.data() + at, end - at, isFinal ? 1 : 0,
                                                     buffer, room, &progress);
         EXPECT_LE(progress.written, room);
+        EXPECT_EQ(std::count(buffer + room, std::end(buffer), '.'), std::end(buffer) - (buffer + room));
         result.bytes.append(buffer, progress.written);
         at += progress.consumed;
         if (status == 0) break;
@@ -324,6 +327,30 @@ TEST_F(Stream, TellsWhereTheTroubleIsAndGoesOn) {
     for (unsigned seed = 0; seed < 30; ++seed) {
       std::mt19937 random(seed);
       ASSERT_EQ(run(source, target, c.text, true, &random), expected) << seed;
+    }
+  }
+}
+
+// The forms of Unicode, among which texts take ways of their own.
+TEST_F(Stream, FormsOfUnicodeInEveryPair) {
+  std::mt19937 random(4);
+  const uint32_t forms[] = {ENC_UTF8, ENC_WIDE, numberOf("UTF-16LE"), numberOf("UTF-16BE")};
+  for (int round = 0; round < 60; ++round) {
+    std::u32string text;
+    for (size_t left = random() % 300; left > 0; --left) text += U"a\u00E9\u6F22\U0001F600"[random() % 4];
+    const auto formOf = [&](uint32_t number) {
+      return number == ENC_WIDE ? wideBytes(text) : convert(ENC_WIDE, number, wideBytes(text)).bytes;
+    };
+    for (const uint32_t source : forms) {
+      for (const uint32_t target : forms) {
+        Bytes bytes = formOf(source);
+        const Result expected{formOf(target), {}};
+        ASSERT_EQ(run(source, target, bytes, false, nullptr), expected) << source << " to " << target;
+        ASSERT_EQ(run(source, target, bytes, false, &random), expected) << source << " to " << target;
+        if (bytes.empty()) continue;
+        for (int breaks = 2; breaks > 0; --breaks) bytes[random() % bytes.size()] = '\xDC';
+        ASSERT_EQ(run(source, target, bytes, false, &random), run(source, target, bytes, false, nullptr));
+      }
     }
   }
 }
