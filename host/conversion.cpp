@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <iterator>
 #include <utility>
 
 #include "utf/transcode.hpp"
@@ -125,7 +124,7 @@ size_t Conversion::substitute(uint8_t* target, size_t capacity) noexcept {
 // ---- from the source to the target at once ----
 
 void Conversion::convertDirectly(Input& input, Output& output) {
-  for (;;) {
+  while (input.size() != 0) {
     const Progress moved = convertRun(input, output);
     if (moved.consumed == 0) return;
     input.at += moved.consumed;
@@ -134,26 +133,24 @@ void Conversion::convertDirectly(Input& input, Output& output) {
   }
 }
 
-Conversion::Progress Conversion::convertRun(const Input& input, const Output& output) const {
-  // Elements may lie anywhere in a stream of bytes.
-  alignas(64) VQChar elements[unitCapacity];
+Conversion::Progress Conversion::convertRun(const Input& input, const Output& output) {
   if (source_ == ENC_UTF8 && target_ == ENC_WIDE) {
-    const size_t room = std::min(output.room() / sizeof(VQChar), std::size(elements));
-    const transcode::Result made = transcode::utf8ToWide(input.at, input.size(), elements, room);
-    std::memcpy(output.at, elements, made.written * sizeof(VQChar));
+    const size_t room = std::min(output.room() / sizeof(VQChar), unitCapacity);
+    const transcode::Result made = transcode::utf8ToWide(input.at, input.size(), elements_, room);
+    std::memcpy(output.at, elements_, made.written * sizeof(VQChar));
     return {made.consumed, made.written * sizeof(VQChar)};
   }
   if (source_ == ENC_UTF8) {
     // The same bytes, once they are known to be text.
     const size_t byteCount = std::min(input.size(), output.room());
-    const size_t length = transcode::utf8ToWide(input.at, byteCount, elements, std::size(elements)).consumed;
+    const size_t length = transcode::utf8ToWide(input.at, byteCount, elements_, unitCapacity).consumed;
     std::memcpy(output.at, input.at, length);
     return {length, length};
   }
   if (target_ == ENC_WIDE) return {0, 0};
-  const size_t count = std::min(input.size() / sizeof(VQChar), std::size(elements));
-  std::memcpy(elements, input.at, count * sizeof(VQChar));
-  const transcode::Result made = transcode::wideToUtf8(elements, count, output.at, output.room());
+  const size_t count = std::min(input.size() / sizeof(VQChar), unitCapacity);
+  std::memcpy(elements_, input.at, count * sizeof(VQChar));
+  const transcode::Result made = transcode::wideToUtf8(elements_, count, output.at, output.room());
   return {made.consumed * sizeof(VQChar), made.written};
 }
 
@@ -224,11 +221,10 @@ size_t Conversion::decodeRun(const uint8_t* bytes, size_t byteCount, uint64_t of
     result = transcode::utf8ToUtf16(bytes, byteCount, units_, unitCapacity);
     consumed = result.consumed;
   } else {
-    // Elements may lie anywhere in a stream of bytes.
-    VQChar elements[unitCapacity / 2];
-    const size_t count = std::min(byteCount / sizeof(VQChar), std::size(elements));
-    std::memcpy(elements, bytes, count * sizeof(VQChar));
-    result = transcode::wideToUtf16(elements, count, units_, unitCapacity);
+    // No more than their units have room.
+    const size_t count = std::min(byteCount / sizeof(VQChar), unitCapacity / 2);
+    std::memcpy(elements_, bytes, count * sizeof(VQChar));
+    result = transcode::wideToUtf16(elements_, count, units_, unitCapacity);
     consumed = result.consumed * sizeof(VQChar);
     if (result.status == 0 && byteCount - consumed < sizeof(VQChar) && byteCount != consumed) {
       result.status = VQSTATUS_SHORT_SEQUENCE;
@@ -338,13 +334,12 @@ size_t Conversion::putElements(const VQChar* elements, size_t count, Output& out
 }
 
 VQStatus Conversion::encodeDirectly(Output& output, const char16_t* end) {
-  alignas(64) VQChar elements[unitCapacity];
   const auto last = static_cast<size_t>(end - units_);
-  const Widened wide = widen(units_ + begin_, last - begin_, elements);
-  const size_t put = putElements(elements, wide.elementCount, output);
+  const Widened wide = widen(units_ + begin_, last - begin_, elements_);
+  const size_t put = putElements(elements_, wide.elementCount, output);
   if (put < wide.elementCount) {
     begin_ += put + static_cast<size_t>(
-                        std::count_if(elements, elements + put, [](VQChar c) { return c > 0xFFFF; }));
+                        std::count_if(elements_, elements_ + put, [](VQChar c) { return c > 0xFFFF; }));
     return VQSTATUS_TARGET_FULL;
   }
   begin_ += wide.unitCount;

@@ -68,7 +68,7 @@ class Conversion {
   // Between texts that both have legs of their own, with no unit waiting: stops in front of what is not
   // well-formed, not whole or without room, which goes by way of the units.
   void convertDirectly(Input& input, Output& output);
-  Progress convertRun(const Input& input, const Output& output) const;
+  Progress convertRun(const Input& input, const Output& output);
 
   // Each fills the units; `isDrained_` tells that a final piece has come to its end.
   void decode(Input& input);
@@ -96,6 +96,8 @@ class Conversion {
   ConverterLease encoder_;
 
   char16_t units_[unitCapacity];
+  // Wide text for the kernels: in a stream of bytes it may lie anywhere.
+  VQChar elements_[unitCapacity];
   // ICU's account: the offset of every unit within the piece it came from, -1 for bytes before the piece.
   int32_t pieceOffsets_[unitCapacity];
   size_t begin_ = 0;
