@@ -24,29 +24,23 @@ VQStatus fillUnconverted(RecordOf<Kind>* string, const void* source, uint64_t by
   return 0;
 }
 
-// What `makeConverter` gives converts the source into a string that is measured to take `size` bytes.
+// What `makeConverter` gives converts the source into a string, after the host has measured what it becomes.
 template <class Kind, class MakeConverter>
-VQStatus fillConverted(RecordOf<Kind>* string, const void* source, uint64_t byteCount, uint64_t size,
+VQStatus fillConverted(RecordOf<Kind>* string, const VQStringService* service, const void* source,
+                       uint64_t byteCount, uint32_t sourceEncoding, uint32_t targetEncoding,
                        MakeConverter makeConverter) {
+  if (!canConvert(service, sourceEncoding, targetEncoding)) {
+    return fillUnconverted<Kind>(string, source, byteCount);
+  }
+  uint64_t size = 0;
+  VQStatus status = measureConversion(service, sourceEncoding, source, byteCount, targetEncoding, &size);
+  if (status != 0) return status;
   Refill<Kind> refill(string, size / sizeof(ElementOf<Kind>));
   if (!refill) return VQSTATUS_NO_MEMORY;
   uint64_t elementCount = 0;
-  const VQStatus status = convertInto(&refill, source, byteCount, makeConverter, &elementCount);
+  status = convertInto(&refill, source, byteCount, makeConverter, &elementCount);
   if (status == 0) refill.settle(elementCount);
   return status;
-}
-
-VQStatus decodeInto(VQNarrowString* narrow, const VQStringService* service, const VQChar* text,
-                    uint64_t byteCount, uint32_t encoding) {
-  if (!canConvert(service, ENC_WIDE, encoding)) return fillUnconverted<NarrowKind>(narrow, text, byteCount);
-  uint64_t size = 0;
-  if (const VQStatus status = measureConversion(service, ENC_WIDE, text, byteCount, encoding, &size);
-      status != 0) {
-    return status;
-  }
-  VQNls* nls = service->nls;
-  return fillConverted<NarrowKind>(narrow, text, byteCount, size,
-                                   [=] { return nls->nlsCreateEncoder(nls, encoding, 0, 0); });
 }
 
 // A block of `byteCount` bytes and room for a terminator, or null.
@@ -98,14 +92,8 @@ VQStatus getBlock(const VQStringService* service, VQTranscoder* shared, uint32_t
 
 VQStatus vq::encodeText(VQStringService* service, const void* text, uint64_t byteCount, uint32_t encoding,
                         VQString* string) {
-  if (!canConvert(service, encoding, ENC_WIDE)) return fillUnconverted<WideKind>(string, text, byteCount);
-  uint64_t size = 0;
-  if (const VQStatus status = measureConversion(service, encoding, text, byteCount, ENC_WIDE, &size);
-      status != 0) {
-    return status;
-  }
   VQNls* nls = service->nls;
-  return fillConverted<WideKind>(string, text, byteCount, size,
+  return fillConverted<WideKind>(string, service, text, byteCount, encoding, ENC_WIDE,
                                  [=] { return nls->nlsCreateDecoder(nls, encoding, 0, 0); });
 }
 
@@ -113,7 +101,10 @@ VQStatus vq::decodeText(VQStringService* service, const VQChar* text, uint64_t e
                         uint32_t encoding, VQNarrowString** target, VQPool* pool) {
   const bool isCreated = *target == nullptr;
   if (!ensureTarget<NarrowKind>(service, target, pool)) return VQSTATUS_NO_MEMORY;
-  const VQStatus status = decodeInto(*target, service, text, sizeof(VQChar) * elementCount, encoding);
+  VQNls* nls = service->nls;
+  const VQStatus status =
+      fillConverted<NarrowKind>(*target, service, text, sizeof(VQChar) * elementCount, ENC_WIDE, encoding,
+                                [=] { return nls->nlsCreateEncoder(nls, encoding, 0, 0); });
   if (status == 0) (*target)->encoding = encoding;
   return finish<NarrowKind>(status, target, isCreated);
 }
