@@ -68,6 +68,13 @@ VQStatus withEncoder(VQEncodeStep step, Then then) {
   return then(ForeignEncoder{step});
 }
 
+template <class Then>
+VQStatus withSteps(VQDecodeStep decoder, VQEncodeStep encoder, Then then) {
+  return withDecoder(decoder, [&](auto decode) {
+    return withEncoder(encoder, [&](auto encode) { return then(decode, encode); });
+  });
+}
+
 struct Driven {
   VQStatus status;
   size_t written;
@@ -196,20 +203,16 @@ inline VQStatus report(const Driven& driven, uint64_t* written) {
 [[gnu::noinline]] VQStatus driveAnyToUtf32(const uint8_t* source, uint64_t sourceBytes, uint8_t* target,
                                            uint64_t targetBytes, uint64_t* written, VQDecodeStep decoder,
                                            VQEncodeStep encoder) {
-  return withDecoder(decoder, [&](auto decode) {
-    return withEncoder(encoder, [&](auto encode) {
-      return report(stepToUtf32(source, sourceBytes, target, targetBytes, decode, encode), written);
-    });
+  return withSteps(decoder, encoder, [&](auto decode, auto encode) {
+    return report(stepToUtf32(source, sourceBytes, target, targetBytes, decode, encode), written);
   });
 }
 
 [[gnu::noinline]] VQStatus driveAnyFromUtf32(const uint8_t* source, uint64_t sourceBytes, uint8_t* target,
                                              uint64_t targetBytes, uint64_t* written, VQEncodeStep encoder,
                                              VQDecodeStep decoder) {
-  return withDecoder(decoder, [&](auto decode) {
-    return withEncoder(encoder, [&](auto encode) {
-      return report(stepFromUtf32(source, sourceBytes, target, targetBytes, encode, decode), written);
-    });
+  return withSteps(decoder, encoder, [&](auto decode, auto encode) {
+    return report(stepFromUtf32(source, sourceBytes, target, targetBytes, encode, decode), written);
   });
 }
 
