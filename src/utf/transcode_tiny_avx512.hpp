@@ -39,6 +39,7 @@ VQ_TARGET_AVX512 inline void storeSome(__m512i values, size_t count, VQChar* tar
   _mm512_mask_storeu_epi32(target, static_cast<__mmask16>(_bzhi_u32(0xFFFF, static_cast<unsigned>(count))),
                            values);
 }
+
 // Whether a first byte of two or more has a second byte that it cannot have: by Unicode 9.0, table 3-7, the
 // second lies in a range of its own behind 0xE0, 0xED, 0xF0 and 0xF4, and behind 0xC0, 0xC1 and 0xF5 and
 // above nowhere. The tables go by the lower six bits of the first byte.

@@ -13,6 +13,7 @@
 
 #include "text/cpu.hpp"
 #include "utf/splat_avx2.hpp"
+#include "utf/utf8_blocks_avx2.hpp"
 
 namespace vq::utf8 {
 
@@ -31,31 +32,6 @@ constexpr int carry = tooShort | tooLong | twoContinue;
 
 VQ_TARGET_AVX2 inline __m256i lookUpHalfBytes(__m256i halves, __m128i table) {
   return _mm256_shuffle_epi8(_mm256_broadcastsi128_si256(table), halves);
-}
-
-VQ_TARGET_AVX2 inline __m256i loadBytes(const uint8_t* bytes) {
-  return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes));
-}
-
-// 32 bytes of a text, and for each of them the bytes one to three places before.
-struct Neighbours {
-  __m256i here;
-  __m256i before;
-  __m256i twoBefore;
-  __m256i threeBefore;
-};
-
-// bytes[-3] to bytes[31] are read.
-VQ_TARGET_AVX2 inline Neighbours neighboursOf(const uint8_t* bytes) {
-  return {loadBytes(bytes), loadBytes(bytes - 1), loadBytes(bytes - 2), loadBytes(bytes - 3)};
-}
-
-// At the start of a text: what stands before counts as ASCII.
-VQ_TARGET_AVX2 inline Neighbours neighboursAtStart(const uint8_t* bytes) {
-  const __m256i here = loadBytes(bytes);
-  const __m256i lowToHigh = _mm256_permute2x128_si256(here, here, 0x08);
-  return {here, _mm256_alignr_epi8(here, lowToHigh, 15), _mm256_alignr_epi8(here, lowToHigh, 14),
-          _mm256_alignr_epi8(here, lowToHigh, 13)};
 }
 
 // Non-zero where the bytes are no continuation of well-formed text.

@@ -11,6 +11,7 @@
 
 #include "text/cpu.hpp"
 #include "utf/splat_avx2.hpp"
+#include "utf/utf8_blocks_avx2.hpp"
 
 namespace vq::utf8::avx2 {
 
@@ -22,26 +23,8 @@ constexpr size_t stride = 4 * block;
 // thing that a translator stores, six bytes at most. Where there is room for that, it will be stored.
 constexpr size_t reserve = 6;
 
-VQ_TARGET_AVX2 inline __m256i loadBytes(const uint8_t* bytes) {
-  return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes));
-}
 VQ_TARGET_AVX2 inline void storeBytes(uint8_t* target, __m256i bytes) {
   _mm256_storeu_si256(reinterpret_cast<__m256i*>(target), bytes);
-}
-
-// The bytes of a block, and those that stand one, two and three places before them.
-struct Window {
-  __m256i here, before, beforeTwo, beforeThree;
-};
-VQ_TARGET_AVX2 inline Window windowAt(const uint8_t* at) {
-  return {loadBytes(at), loadBytes(at - 1), loadBytes(at - 2), loadBytes(at - 3)};
-}
-// At the start of a text zeros stand before it.
-VQ_TARGET_AVX2 inline Window openingWindow(const uint8_t* at) {
-  const __m256i here = loadBytes(at);
-  const __m256i lowMovedUp = _mm256_permute2x128_si256(here, here, 0x08);
-  return {here, _mm256_alignr_epi8(here, lowMovedUp, 15), _mm256_alignr_epi8(here, lowMovedUp, 14),
-          _mm256_alignr_epi8(here, lowMovedUp, 13)};
 }
 
 // Top bit: the byte is at least `least`, which is over 0x80.
@@ -55,10 +38,10 @@ VQ_TARGET_AVX2 inline __m256i isContinuation(__m256i bytes) {
 
 // A bit for each byte that is not plain.
 template <Plain plain>
-VQ_TARGET_AVX2 inline uint32_t findOthers(const Window& window) {
+VQ_TARGET_AVX2 inline uint32_t findOthers(const Neighbours& window) {
   const __m256i due =
-      _mm256_or_si256(_mm256_or_si256(reaches<0xC0>(window.before), reaches<0xE0>(window.beforeTwo)),
-                      reaches<0xF0>(window.beforeThree));
+      _mm256_or_si256(_mm256_or_si256(reaches<0xC0>(window.before), reaches<0xE0>(window.twoBefore)),
+                      reaches<0xF0>(window.threeBefore));
   const __m256i isMisplaced = _mm256_xor_si256(due, isContinuation(window.here));
   // Of the bytes that can continue, those from 0xA0 up have bit 5.
   const __m256i isSurrogate =
@@ -126,20 +109,13 @@ VQ_TARGET_AVX2 inline bool copyQuickly(const uint8_t* at, uint8_t* target) {
   return true;
 }
 
-// The bytes in front of `end` that begin a character and do not finish it.
-size_t unfinishedBytes(const uint8_t* end) {
-  if (end[-1] >= 0xC0) return 1;
-  if (end[-2] >= 0xE0) return 2;
-  return end[-3] >= 0xF0 ? 3 : 0;
-}
-
 template <Plain plain>
-VQ_TARGET_AVX2 size_t copyWindows(const uint8_t* source, size_t byteCount, uint8_t* target, size_t room) {
+VQ_TARGET_AVX2 size_t copyByBlocks(const uint8_t* source, size_t byteCount, uint8_t* target, size_t room) {
   constexpr size_t lookBack = 3;
   const size_t storable = room < reserve ? 0 : room - reserve;
   size_t at = 0;
   size_t stored = 0;
-  uint32_t others = findOthers<plain>(openingWindow(source));
+  uint32_t others = findOthers<plain>(neighboursAtStart(source));
   while (others == 0) {
     if (at + block <= storable) {
       storeBytes(target + at, loadBytes(source + at));
@@ -155,11 +131,11 @@ VQ_TARGET_AVX2 size_t copyWindows(const uint8_t* source, size_t byteCount, uint8
     if (byteCount - at < block) {
       // The last block overlaps what has been copied.
       if (byteCount - block < lookBack) break;
-      others = findOthers<plain>(windowAt(source + byteCount - block));
+      others = findOthers<plain>(neighboursOf(source + byteCount - block));
       at = others == 0 ? byteCount : byteCount - block;
       break;
     }
-    others = findOthers<plain>(windowAt(source + at));
+    others = findOthers<plain>(neighboursOf(source + at));
   }
   size_t end = at + (others == 0 ? 0 : static_cast<size_t>(std::countr_zero(others)));
   if (end < lookBack) return 0;
@@ -173,7 +149,7 @@ VQ_TARGET_AVX2 size_t copyWindows(const uint8_t* source, size_t byteCount, uint8
 template <Plain plain>
 size_t copyPlain(const uint8_t* source, size_t byteCount, uint8_t* target, size_t room) {
   byteCount = std::min(byteCount, room);
-  return byteCount < leastPlainBytes ? 0 : copyWindows<plain>(source, byteCount, target, room);
+  return byteCount < leastPlainBytes ? 0 : copyByBlocks<plain>(source, byteCount, target, room);
 }
 
 template size_t copyPlain<Plain::toPairs>(const uint8_t*, size_t, uint8_t*, size_t);

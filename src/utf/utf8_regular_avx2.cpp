@@ -7,14 +7,11 @@
 
 #include "text/cpu.hpp"
 #include "utf/splat_avx2.hpp"
+#include "utf/utf8_blocks_avx2.hpp"
 
 namespace vq::utf8::avx2 {
 
 namespace {
-
-VQ_TARGET_AVX2 inline __m256i loadBytes(const uint8_t* bytes) {
-  return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes));
-}
 
 // What blocks have come to, in lanes of a byte.
 struct Lanes {
@@ -47,13 +44,6 @@ VQ_TARGET_AVX2 inline size_t countFrom(const uint8_t* at, size_t blocks, __m256i
 
 VQ_TARGET_AVX2 inline bool reaches(__m256i lanes, __m256i least) {
   return _mm256_movemask_epi8(_mm256_cmpeq_epi8(_mm256_max_epu8(lanes, least), lanes)) != 0;
-}
-
-// The bytes at the end of `text` that begin a character and do not finish it.
-size_t unfinishedBytes(const uint8_t* end) {
-  if (end[-1] >= 0xC0) return 1;
-  if (end[-2] >= 0xE0) return 2;
-  return end[-3] >= 0xF0 ? 3 : 0;
 }
 
 // Adds `blocks` blocks of 32 bytes to `regular` when they continue it.
