@@ -10,6 +10,10 @@
 
 namespace vq::utf8 {
 
+inline const uint8_t* bytesOf(const char* text) {
+  return reinterpret_cast<const uint8_t*>(text);
+}
+
 constexpr uint32_t announcedLength(unsigned byte) {
   if (byte < 0xC0) return 1;
   if (byte < 0xE0) return 2;

@@ -15,10 +15,6 @@ namespace {
 
 using namespace vq::utf8;
 
-const uint8_t* bytesOf(const char* text) {
-  return reinterpret_cast<const uint8_t*>(text);
-}
-
 // The ways of stepping over a character, each with what it counts in regular text.
 struct Blind {
   static size_t step(const uint8_t* at, size_t remaining) { return blindStep(at, remaining); }

@@ -220,39 +220,40 @@ std::string flipCase(std::u32string text, std::mt19937& random, unsigned oneIn) 
   return test::encode(text);
 }
 
+void checkAsTheWalk(const std::string& first, const std::string& second) {
+  const Verdicts verdicts = compare(first, second);
+  ASSERT_EQ(verdicts.blind, walkCompare(first, second))
+      << testing::PrintToString(first) << testing::PrintToString(second);
+  ASSERT_EQ(verdicts.equal, walkEqual(first, second))
+      << testing::PrintToString(first) << testing::PrintToString(second);
+  const int order = first.compare(second);
+  ASSERT_EQ(verdicts.bytes, order < 0 ? -1 : order > 0 ? 1 : 0);
+}
+
 TEST(Comparison, LongTextsAsTheWalkUnderEveryLevel) {
   const UnderHost host;
   std::mt19937 random(9);
-  const auto check = [](const std::string& first, const std::string& second) {
-    const Verdicts verdicts = compare(first, second);
-    ASSERT_EQ(verdicts.blind, walkCompare(first, second))
-        << testing::PrintToString(first) << testing::PrintToString(second);
-    ASSERT_EQ(verdicts.equal, walkEqual(first, second))
-        << testing::PrintToString(first) << testing::PrintToString(second);
-    const int order = first.compare(second);
-    ASSERT_EQ(verdicts.bytes, order < 0 ? -1 : order > 0 ? 1 : 0);
-  };
   test::underEveryLevel([&] {
     for (const test::Script script : test::scripts) {
       for (int round = 0; round < 400; ++round) {
         const std::u32string wide = test::sampleText(script, random() % 160, random);
         const std::string text = test::encode(wide);
         std::string other = flipCase(wide, random, 1 + random() % 60);
-        check(text, other);
-        check(text, other + "  ");
+        checkAsTheWalk(text, other);
+        checkAsTheWalk(text, other + "  ");
         if (text.empty()) continue;
         // One byte off, in either text or in both alike; a piece lost.
         std::string broken = text;
         const size_t place = random() % text.size();
         broken[place] = static_cast<char>(test::turningBytes[random() % std::size(test::turningBytes)]);
-        check(broken, other);
-        check(broken, text);
-        check(broken, broken);
+        checkAsTheWalk(broken, other);
+        checkAsTheWalk(broken, text);
+        checkAsTheWalk(broken, broken);
         if (place < other.size()) {
           other[place] = broken[place];
-          check(broken, other);
+          checkAsTheWalk(broken, other);
         }
-        check(broken, broken.substr(0, random() % text.size()));
+        checkAsTheWalk(broken, broken.substr(0, random() % text.size()));
       }
     }
   });
@@ -271,11 +272,7 @@ TEST(Comparison, CharactersWithSeveralPartnersUnderEveryLevel) {
         second += first.back() == U'x' ? U'X' : static_cast<VQChar>(0x1C4 + random() % 3);
       }
       if (!second.empty() && random() % 2 == 0) second[random() % second.size()] += 3;
-      const std::string a = test::encode(first);
-      const std::string b = test::encode(second);
-      const Verdicts verdicts = compare(a, b);
-      ASSERT_EQ(verdicts.blind, walkCompare(a, b)) << testing::PrintToString(a) << testing::PrintToString(b);
-      ASSERT_EQ(verdicts.equal, walkEqual(a, b)) << testing::PrintToString(a) << testing::PrintToString(b);
+      checkAsTheWalk(test::encode(first), test::encode(second));
     }
   });
 }
@@ -299,11 +296,7 @@ TEST(Comparison, FirstOfSeveralDifferencesUnderEveryLevel) {
         VQChar& c = first[random() % first.size()];
         c = random() % 2 == 0 ? c ^ 0x100 : static_cast<VQChar>(1 + random() % 0x1000);
       }
-      const std::string a = test::encode(first);
-      const std::string b = test::encode(second);
-      const Verdicts verdicts = compare(a, b);
-      ASSERT_EQ(verdicts.blind, walkCompare(a, b)) << testing::PrintToString(a) << testing::PrintToString(b);
-      ASSERT_EQ(verdicts.equal, walkEqual(a, b)) << testing::PrintToString(a) << testing::PrintToString(b);
+      checkAsTheWalk(test::encode(first), test::encode(second));
     }
   });
 }
